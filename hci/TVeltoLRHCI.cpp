@@ -1,0 +1,501 @@
+#include "hci/TVeltoLRHCI.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QTimerEvent>
+
+#include <cmath>
+
+#include "hci/Crc16.h"
+#include "sap/TVeltoLRSAP.h"
+#include "settings/TSettings.h"
+
+namespace {
+
+const char* const kSource = "VeltoLRHCI";
+const char* const kGroup = "HCI-Parameter";
+const char* const kDiscoveryKey = "DiscoveryBaudrates";
+const char* const kBaudrateKey = "Baudrate";
+constexpr int kMinSelectableBaud = 9600;
+constexpr int kMaxSelectableBaud = 115200;
+
+struct ResultRow {
+    int code;
+    const char* text;
+};
+// code  text
+const ResultRow kResultTexts[] = {
+    {0, "OK"},
+    {1, "payload length error"},
+    {2, "payload pointer error"},
+    {3, "transmit error"},
+    {4, "SLIP encoder error"},
+    {5, "no response"},
+    {6, "no radio interface"},
+    {7, "HCI parameter error -> message not sent!"},
+    {8, "job busy -> message not sent!"},
+    {0, nullptr},
+};
+
+struct LinkTables {
+    QList<int> rates{9600, 19200, 38400, 57600, 115200, 230400, 460800};
+    QList<bool> discovery{false, false, false, true, true, false, false};
+    bool eventLogging = false;
+    bool loaded = false;
+};
+
+LinkTables& Tables()
+{
+    static LinkTables tables;
+    return tables;
+}
+
+QStringList EnabledRateTexts()
+{
+    QStringList list;
+    const LinkTables& t = Tables();
+    for (int i = 0; i < t.rates.size(); ++i)
+        if (t.discovery[i])
+            list << QString::number(t.rates[i]);
+    return list;
+}
+
+QString Hex2(quint8 value)
+{
+    return QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0')).toUpper();
+}
+
+}
+
+TVeltoLRHCI::TVeltoLRHCI(QObject* parent)
+    : QObject(parent)
+{
+    TKeyValueList::RegisterMetaType();
+    m_slip.AttachClient(this);
+    if (!Tables().loaded)
+        LoadDiscoveryFlags();
+}
+
+TVeltoLRHCI::~TVeltoLRHCI()
+{
+    Close();
+}
+
+// ---------------------------------------------------------------- tables
+
+const QList<int>& TVeltoLRHCI::SupportedBaudrates()
+{
+    return Tables().rates;
+}
+
+void TVeltoLRHCI::LoadDiscoveryFlags()
+{
+    LinkTables& t = Tables();
+    t.loaded = true;
+    const QStringList stored = TSettings::Instance().ReadList(kGroup, kDiscoveryKey);
+    if (!stored.isEmpty()) {
+        for (int i = 0; i < t.rates.size(); ++i)
+            t.discovery[i] = stored.contains(QString::number(t.rates[i]));
+    }
+    TSettings::Instance().WriteList(kGroup, kDiscoveryKey, EnabledRateTexts());
+}
+
+int TVeltoLRHCI::ParseBaudrate(const QString& text)
+{
+    const int cut = text.indexOf(QStringLiteral(" bps"));
+    bool ok = false;
+    const int value = (cut >= 0 ? text.left(cut) : text).trimmed().toInt(&ok, 10);
+    return ok ? value : 0;
+}
+
+int TVeltoLRHCI::WakeupCharsForBaudrate(int baudrate)
+{
+    return int(std::ceil(baudrate * 0.0003)) + 5;
+}
+
+bool TVeltoLRHCI::SetDiscoveryFlag(const QString& baudrateText, bool on)
+{
+    LinkTables& t = Tables();
+    const int index = t.rates.indexOf(ParseBaudrate(baudrateText));
+    if (index < 0)
+        return false;
+    t.discovery[index] = on;
+    TSettings::Instance().WriteList(kGroup, kDiscoveryKey, EnabledRateTexts());
+    return true;
+}
+
+bool TVeltoLRHCI::DiscoveryFlag(int baudrate)
+{
+    const int index = Tables().rates.indexOf(baudrate);
+    return index >= 0 && Tables().discovery[index];
+}
+
+int TVeltoLRHCI::NumDiscoveryRates()
+{
+    return int(Tables().discovery.count(true));
+}
+
+QStringList TVeltoLRHCI::DiscoveryRateTexts()
+{
+    QStringList list;
+    const QList<int>& rates = Tables().rates;
+    for (int i = 0; i < rates.size(); ++i)
+        list << QStringLiteral("%1 : %2 bps").arg(i).arg(rates[i]);
+    return list;
+}
+
+QStringList TVeltoLRHCI::SelectableRateTexts()
+{
+    QStringList list;
+    const QList<int>& rates = Tables().rates;
+    for (int i = 0; i < rates.size(); ++i)
+        if (rates[i] >= kMinSelectableBaud && rates[i] <= kMaxSelectableBaud)
+            list << QStringLiteral("%1 : %2 bps").arg(i).arg(rates[i]);
+    return list;
+}
+
+bool TVeltoLRHCI::EnableLogging()
+{
+    Tables().eventLogging = true;
+    TComSlip::SetRawCapture(true);
+    return true;
+}
+
+bool TVeltoLRHCI::DisableLogging()
+{
+    Tables().eventLogging = false;
+    TComSlip::SetRawCapture(false);
+    return true;
+}
+
+bool TVeltoLRHCI::LoggingEnabled()
+{
+    return Tables().eventLogging;
+}
+
+QString TVeltoLRHCI::ResultText(int result)
+{
+    for (const ResultRow* row = kResultTexts; row->text; ++row)
+        if (row->code == result)
+            return QString::fromLatin1(row->text);
+    return QStringLiteral("Unsupported ID(%1)").arg(result);
+}
+
+QString TVeltoLRHCI::HexBytes(const quint8* data, int length)
+{
+    QString text;
+    text.reserve(length * 3);
+    for (int i = 0; i < length; ++i) {
+        text += Hex2(data[i]);
+        text += QLatin1Char(' ');
+    }
+    return text;
+}
+
+// ---------------------------------------------------------------- port
+
+bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
+{
+    if (m_port)
+        return false;
+    int baud = ParseBaudrate(baudrateText);
+    if (!Tables().rates.contains(baud))
+        baud = kDefaultBaudrate;
+
+    m_port = new QSerialPort(portName, this);
+    if (!m_port->open(QIODevice::ReadWrite))
+        return false;   // the port object stays: a later Open fails until Close
+    // Pseudo-terminals refuse some settings; the port works with what it accepts.
+    m_port->setDataBits(QSerialPort::Data8);
+    m_port->setBaudRate(baud, QSerialPort::AllDirections);
+    m_port->setParity(QSerialPort::NoParity);
+    m_port->setStopBits(QSerialPort::OneStop);
+    m_port->setFlowControl(QSerialPort::NoFlowControl);
+    m_port->clearError();
+    connect(m_port, &QSerialPort::readyRead, this, &TVeltoLRHCI::OnReadyRead);
+    connect(m_port, &QSerialPort::errorOccurred, this, &TVeltoLRHCI::OnError);
+
+    m_portName = portName;
+    m_waiting = false;
+    m_numWakeupChars = WakeupCharsForBaudrate(baud);
+    emit EvShowLine();
+    ShowText(QStringLiteral("ComPort %1 opened with %2 bps, %3 wakeup chars").arg(portName).arg(baud).arg(m_numWakeupChars));
+    if (LoggingEnabled())
+        EnableLogging();
+    return true;
+}
+
+bool TVeltoLRHCI::OpenForDiscovery(const QString& portName)
+{
+    const QList<int>& rates = Tables().rates;
+    if (m_discoveryIndex < 0 || m_discoveryIndex >= rates.size())
+        m_discoveryIndex = 0;
+    return Open(portName, QString::number(rates[m_discoveryIndex]));
+}
+
+void TVeltoLRHCI::SelectPreviousDiscoveryRate()
+{
+    const LinkTables& t = Tables();
+    const int count = t.rates.size();
+    int index = (m_discoveryIndex < 0 || m_discoveryIndex >= count) ? 0 : m_discoveryIndex;
+    const int start = index;
+    do {
+        index = index > 0 ? index - 1 : count - 1;
+    } while (index != start && !t.discovery[index]);
+    m_discoveryIndex = index;
+}
+
+bool TVeltoLRHCI::Close()
+{
+    if (m_dispatchTimerId) {
+        killTimer(m_dispatchTimerId);
+        m_dispatchTimerId = 0;
+    }
+    qDeleteAll(m_rxQueue);
+    m_rxQueue.clear();
+    if (m_port) {
+        if (m_port->isOpen()) {
+            m_port->flush();
+            m_port->close();
+        }
+        delete m_port;
+        m_port = nullptr;
+    }
+    return true;
+}
+
+bool TVeltoLRHCI::IsOpen() const
+{
+    return m_port && m_port->isOpen();
+}
+
+bool TVeltoLRHCI::SetBaudrate(const QString& baudrateText)
+{
+    const int baud = ParseBaudrate(baudrateText);
+    if (!m_port || !Tables().rates.contains(baud))
+        return false;
+    return m_port->setBaudRate(baud, QSerialPort::AllDirections);
+}
+
+QString TVeltoLRHCI::BaudrateText() const
+{
+    if (!m_port)
+        return QStringLiteral("closed : 0 bps");
+    return QStringLiteral("%1 bps").arg(m_port->baudRate());
+}
+
+QString TVeltoLRHCI::LoadLastBaudrate()
+{
+    return TSettings::Instance().ReadValue(kGroup, kBaudrateKey, QStringLiteral("115200"));
+}
+
+void TVeltoLRHCI::SaveLastBaudrate(const QString& baudrateText)
+{
+    const int cut = baudrateText.indexOf(QStringLiteral(" bps"));
+    TSettings::Instance().WriteValue(kGroup, kBaudrateKey, cut >= 0 ? baudrateText.left(cut) : baudrateText);
+}
+
+void TVeltoLRHCI::OnError(QSerialPort::SerialPortError error)
+{
+    if (error == QSerialPort::NoError || !m_port)
+        return;
+    const QString text = m_port->errorString();
+    if (error == QSerialPort::ResourceError) {
+        // The device vanished: say it once and stop reading; Close() releases the port object.
+        ShowText(QStringLiteral("error - ComPort %1 lost: %2").arg(m_portName, text));
+        m_port->close();
+    } else if (error != QSerialPort::TimeoutError) {
+        ShowText(QStringLiteral("error - ComPort %1: %2").arg(m_portName, text));
+    }
+    m_port->clearError();
+}
+
+// ---------------------------------------------------------------- sending
+
+void TVeltoLRHCI::RegisterSAP(quint8 sapId, TVeltoLRSAP* sap)
+{
+    m_saps.insert(sapId, sap);
+}
+
+HCIResult TVeltoLRHCI::SendMessage(quint8 sapId, quint8 msgId, const quint8* payload, quint16 length)
+{
+    if (length > HCIMessage::kMaxPayload)
+        return HCIResult_PayloadLengthError;
+    if (!payload && length > 0)
+        return HCIResult_PayloadPointerError;
+    QByteArray message;
+    message.reserve(length + 4);
+    message.append(char(sapId));
+    message.append(char(msgId));
+    if (length > 0)
+        message.append(reinterpret_cast<const char*>(payload), length);
+    const quint16 crc = quint16(~Crc16::Compute(reinterpret_cast<const quint8*>(message.constData()), quint16(length + 2), Crc16::kInit));
+    message.append(char(crc & 0xFF));
+    message.append(char(crc >> 8));
+    return Transmit(message);
+}
+
+HCIResult TVeltoLRHCI::Transmit(const QByteArray& message)
+{
+    QByteArray bytes(m_numWakeupChars, char(TComSlip::END));
+    bytes.append(TComSlip::Encode(message));
+    if (bytes.size() <= m_numWakeupChars)
+        return HCIResult_SlipEncoderError;
+    if (LoggingEnabled())
+        emit EvLogHCIMessage(LogRecord(QStringLiteral("Tx Event"), bytes, message));
+    if (!m_port || !m_port->isOpen())
+        return HCIResult_TransmitError;
+    if (m_port->write(bytes) < bytes.size())
+        return HCIResult_TransmitError;
+    return HCIResult_OK;
+}
+
+HCIResult TVeltoLRHCI::SendRequest(quint8 sapId, quint8 msgId, quint8 rspMsgId, const quint8* payload, quint16 length)
+{
+    const HCIResult result = SendMessage(sapId, msgId, payload, length);
+    if (result != HCIResult_OK)
+        return result;
+    return WaitForResponse(sapId, rspMsgId) ? HCIResult_OK : HCIResult_NoResponse;
+}
+
+bool TVeltoLRHCI::WaitForResponse(quint8 sapId, quint8 msgId)
+{
+    m_waiting = true;
+    m_responseReceived = false;
+    m_expectedSapId = sapId;
+    m_expectedMsgId = msgId;
+
+    QElapsedTimer elapsed;
+    elapsed.start();
+    // Wakes the event loop at the deadline so that waiting for events never oversleeps it.
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    deadline.start(m_responseTimeoutMs + 1);
+    while (!m_responseReceived && elapsed.elapsed() <= m_responseTimeoutMs && IsOpen())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+
+    m_waiting = false;
+    if (!m_dispatchTimerId && !m_rxQueue.isEmpty())
+        StartDispatchTimer();
+    return m_responseReceived;
+}
+
+// ---------------------------------------------------------------- receiving
+
+void TVeltoLRHCI::OnReadyRead()
+{
+    if (!m_port)
+        return;
+    const QByteArray bytes = m_port->readAll();
+    if (!bytes.isEmpty())
+        m_slip.Decode(bytes);
+}
+
+void TVeltoLRHCI::ProcessRxFrame(const QByteArray& frame)
+{
+    const auto* data = reinterpret_cast<const quint8*>(frame.constData());
+    if (frame.size() > 0xFFFF || !Crc16::Check(data, quint16(frame.size()), Crc16::kInit)) {
+        ++m_crcErrors;
+        ShowText(QStringLiteral("CRC Error"));
+        return;
+    }
+    if (frame.size() <= 3)
+        return;
+
+    HCIMessage message;
+    message.SapID = data[0];
+    message.MsgID = data[1];
+    message.Length = quint16(qMin(frame.size() - 4, int(HCIMessage::kMaxPayload)));
+    std::memcpy(message.Payload, data + 2, message.Length);
+
+    if (m_waiting && message.SapID == m_expectedSapId && message.MsgID == m_expectedMsgId) {
+        m_response = message;
+        m_responseReceived = true;
+        return;
+    }
+    m_rxQueue.append(new QueuedMessage{HostTime(), message});
+    if (!m_waiting && !m_dispatchTimerId)
+        StartDispatchTimer();
+}
+
+void TVeltoLRHCI::ProcessRxRawData(const QByteArray& raw, const QByteArray& frame)
+{
+    if (LoggingEnabled())
+        emit EvLogHCIMessage(LogRecord(QStringLiteral("Rx Event"), raw, frame));
+}
+
+void TVeltoLRHCI::StartDispatchTimer()
+{
+    m_dispatchTimerId = startTimer(kDispatchIntervalMs, Qt::CoarseTimer);
+}
+
+void TVeltoLRHCI::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != m_dispatchTimerId || m_dispatchTimerId == 0) {
+        QObject::timerEvent(event);
+        return;
+    }
+    if (!m_waiting)
+        Dispatch();
+}
+
+void TVeltoLRHCI::Dispatch()
+{
+    const int count = m_rxQueue.size();
+    for (int i = 0; i < count && !m_rxQueue.isEmpty(); ++i) {
+        std::unique_ptr<QueuedMessage> entry(m_rxQueue.takeFirst());
+        TKeyValueList record;
+        record.Append(QStringLiteral("HostTime"), entry->hostTime);
+        record.Append(QStringLiteral("Port"), m_portName);
+        TVeltoLRSAP* sap = m_saps.value(entry->message.SapID, nullptr);
+        if (!sap)
+            ReportUnexpected(QStringLiteral("warning - unsupported message received"), entry->message);
+        else if (!sap->ProcessHCIMessage(entry->message, record))
+            ReportUnexpected(QStringLiteral("warning - unexpected or unsupported message received"), entry->message);
+    }
+}
+
+void TVeltoLRHCI::ReportUnexpected(const QString& warning, const HCIMessage& message)
+{
+    ShowText(warning);
+    ShowText(QStringLiteral("RxMsg:SapID:%1;MsgID:%2;Length:%3;Payload:%4")
+                 .arg(Hex2(message.SapID), Hex2(message.MsgID))
+                 .arg(message.Length)
+                 .arg(HexBytes(message.Payload, message.Length)));
+}
+
+void TVeltoLRHCI::ShowText(const QString& text)
+{
+    emit EvShowMessage(QString::fromLatin1(kSource), text);
+}
+
+QString TVeltoLRHCI::HostTime() const
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    return now.toString(TSettings::Instance().DateFormat()) + QLatin1Char(' ') + now.toString(QStringLiteral("hh:mm:ss.zzz"));
+}
+
+TKeyValueList TVeltoLRHCI::LogRecord(const QString& evType, const QByteArray& slipBytes, const QByteArray& message) const
+{
+    const auto* data = reinterpret_cast<const quint8*>(message.constData());
+    const int size = message.size();
+    TKeyValueList record;
+    record.SetEventType(evType);
+    record.Append(QStringLiteral("HostTime"), HostTime());
+    record.Append(QStringLiteral("Port"), m_portName);
+    record.Append(QStringLiteral("SLIP-Msg"), HexBytes(reinterpret_cast<const quint8*>(slipBytes.constData()), slipBytes.size()));
+    QString sapText = size > 0 ? Hex2(data[0]) : QString();
+    if (size > 0) {
+        if (const TVeltoLRSAP* sap = m_saps.value(data[0], nullptr))
+            sapText += QStringLiteral(" (") + sap->Name() + QLatin1Char(')');
+    }
+    record.Append(QStringLiteral("HCI-SapID"), sapText);
+    record.Append(QStringLiteral("HCI-MsgID"), size > 1 ? Hex2(data[1]) : QString());
+    const int payloadLength = qMax(0, size - 4);
+    record.Append(QStringLiteral("HCI-PLen"), qint64(payloadLength));
+    record.Append(QStringLiteral("HCI-Payload"), HexBytes(data + qMin(size, 2), payloadLength));
+    record.Append(QStringLiteral("HCI-CRC"), size >= 4 ? HexBytes(data + size - 2, 2).trimmed() : QString());
+    return record;
+}

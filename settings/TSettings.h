@@ -1,0 +1,94 @@
+#pragma once
+#include <QString>
+#include <QStringList>
+
+#include "sap/TKeyValueList.h"
+
+/// The per-user settings store. Every read and write opens and closes the INI file, so the file is
+/// current after each write. One instance per process (Instance()).
+class TSettings
+{
+public:
+    static constexpr const char* kProgramName = "Velto_LoRaWAN_Tessera";
+
+    static TSettings& Instance();
+
+    // Locations, computed once from the program name.
+    QString DataDirectory() const { return m_dataDir; }        ///< ends with "/"
+    QString DocumentsDirectory() const { return m_docDir; }
+    QString SettingsFilePath() const { return m_settingsFile; }
+    QString EndDeviceFilePath() const { return m_endDeviceFile; }
+
+    // Raw access.
+    QString ReadValue(const QString& group, const QString& key, const QString& defaultValue = QString()) const;
+    void WriteValue(const QString& group, const QString& key, const QString& value);
+    QStringList ReadList(const QString& group, const QString& key) const;
+    void WriteList(const QString& group, const QString& key, const QStringList& list);
+    /// Removes every copy of `value`, then puts it first.
+    void AddToList(const QString& group, const QString& key, const QString& value);
+    /// Removes every copy; false when there was none.
+    bool RemoveFromList(const QString& group, const QString& key, const QString& value);
+    TKeyValueList ReadGroup(const QString& group) const;
+    void WriteGroup(const QString& group, const TKeyValueList& items);
+
+    bool ReadBool(const QString& group, const QString& key, bool defaultValue) const;
+    void WriteBool(const QString& group, const QString& key, bool value);
+    /// "1", "ON", "YES" in any case are true; everything else is false.
+    static bool TextToBool(const QString& text);
+    static QString BoolToText(bool value) { return value ? QStringLiteral("YES") : QStringLiteral("NO"); }
+
+    // Typed accessors of the known keys.
+    int StatusBoxLocation() const;
+    void SetStatusBoxLocation(int area);
+    QString MainTheme() const;
+    void SetMainTheme(const QString& theme);
+    int NumWakeupChars() const;
+    int ServerPort() const;
+    int GatewayPort() const;
+    void SetGatewayPort(int port);
+    bool ServerSupport() const;
+    bool BonjourSupport() const;
+    bool ApprovalTest() const;
+    bool SensorApp() const;
+    bool FirmwareCompatibilityCheck() const;
+    void SetFirmwareCompatibilityCheck(bool on);
+    QString LoRaWANConfigPath() const;
+    QString DeviceConfigPath() const;
+    QString FirmwareVersionsPath() const;
+
+    /// Date format of shown time stamps ("Formats"/"ISOFormat"); cached, refreshed by LoadSpecialSwitches.
+    bool IsoFormat() const { return m_isoFormat; }
+    void SetIsoFormat(bool on);
+    QString DateFormat() const { return m_isoFormat ? QStringLiteral("yyyy-MM-dd") : QStringLiteral("dd.MM.yyyy"); }
+
+    // Log display switches, read by LoadSpecialSwitches.
+    bool ShowISOFormat() const { return m_showIsoFormat; }
+    bool ShowLines() const { return m_showLines; }
+    bool ShowUnits() const { return m_showUnits; }
+    bool ShowSingleLineKVList() const { return m_showSingleLineKVList; }
+    bool ShowHREvents() const { return m_showHREvents; }
+
+    /// Reads the log switches and the special modes; developer mode is on when "Special"/"DeveloperPWD" equals `accessCode`.
+    void LoadSpecialSwitches(const QString& accessCode);
+    bool DeveloperMode() const { return m_developerMode; }
+    QStringList SpecialFeatures() const { return m_specialFeatures; }
+
+    /// Re-computes the locations from the current environment (tests change HOME / XDG variables).
+    void ReloadLocations();
+
+private:
+    TSettings();
+
+    QString m_dataDir;
+    QString m_docDir;
+    QString m_settingsFile;
+    QString m_endDeviceFile;
+    bool m_developerMode = false;
+    QStringList m_specialFeatures;
+    bool m_isoFormat = true;
+    bool m_showIsoFormat = true;
+    bool m_showLines = true;
+    bool m_showUnits = true;
+    bool m_showSingleLineKVList = true;
+    bool m_showHREvents = true;
+};

@@ -1,0 +1,51 @@
+#pragma once
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+
+class QSocketNotifier;
+class QTimer;
+
+/// The master side of a Linux pseudo-terminal: the virtual module's wire. The slave path is what a
+/// serial port opens. The master keeps its own slave descriptor open so that a client closing the
+/// port never turns the master into an endless hang-up.
+class TPseudoTerminal : public QObject
+{
+    Q_OBJECT
+public:
+    explicit TPseudoTerminal(QObject* parent = nullptr);
+    ~TPseudoTerminal() override;
+
+    bool Open(QString* error = nullptr);
+    void Close();
+    bool IsOpen() const { return m_master >= 0; }
+    QString SlavePath() const { return m_slavePath; }
+    /// Creates (replacing) a symbolic link to the slave path; removed again on Close.
+    bool CreateLink(const QString& linkPath, QString* error = nullptr);
+
+    /// Queues bytes for the line; with pacing on they leave at the given line rate.
+    void Write(const QByteArray& bytes);
+    /// bitsPerByte 10 for 8N1, 11 for 8E1; baud 0 turns pacing off.
+    void SetPacing(int baud, int bitsPerByte);
+    qint64 PendingOutput() const { return m_out.size(); }
+
+signals:
+    void DataReceived(const QByteArray& bytes);
+
+private:
+    void OnReadable();
+    void FlushOutput();
+
+    int m_master = -1;
+    int m_slaveHold = -1;
+    QString m_slavePath;
+    QString m_linkPath;
+    QSocketNotifier* m_readNotifier = nullptr;
+    QSocketNotifier* m_writeNotifier = nullptr;
+    QTimer* m_paceTimer = nullptr;
+    QByteArray m_out;
+    int m_paceBaud = 0;
+    int m_paceBits = 10;
+    qint64 m_paceStartNs = 0;
+    qint64 m_paceSent = 0;
+};

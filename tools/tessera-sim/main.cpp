@@ -1,0 +1,123 @@
+// tessera-sim: a virtual Velto module on a pseudo-terminal, for demos and tests.
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTextStream>
+
+#include <csignal>
+#include <unistd.h>
+
+#include "tools/sim/TSimModule.h"
+
+namespace {
+int g_signalPipe[2] = {-1, -1};
+
+void OnSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] ssize_t n = ::write(g_signalPipe[1], &byte, 1);
+}
+
+bool ParseHex32(const QString& text, quint32& value)
+{
+    bool ok = false;
+    QString digits = text;
+    if (digits.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
+        digits = digits.mid(2);
+    value = digits.toUInt(&ok, 16);
+    return ok;
+}
+}
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tessera-sim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TESSERA_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Virtual Velto LoRaWAN module on a pseudo-terminal.\n"
+                                                    "Prints the port path; open it like any serial port."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Create a symbolic link PATH to the port."), QStringLiteral("PATH"));
+    const QCommandLineOption fwName(QStringLiteral("fw-name"), QStringLiteral("Firmware name (default Velto_LoRaWAN)."), QStringLiteral("NAME"));
+    const QCommandLineOption fwVersion(QStringLiteral("fw-version"), QStringLiteral("Firmware version MAJOR.MINOR (default 2.4)."), QStringLiteral("VERSION"));
+    const QCommandLineOption build(QStringLiteral("build"), QStringLiteral("Build count (default 117)."), QStringLiteral("N"));
+    const QCommandLineOption deviceType(QStringLiteral("device-type"), QStringLiteral("Device type number (default 0x91)."), QStringLiteral("N"));
+    const QCommandLineOption address(QStringLiteral("address"), QStringLiteral("Device address, hexadecimal."), QStringLiteral("HEX"));
+    const QCommandLineOption deviceId(QStringLiteral("id"), QStringLiteral("Device ID, hexadecimal."), QStringLiteral("HEX"));
+    const QCommandLineOption powerUp(QStringLiteral("power-up"), QStringLiteral("Send a power-up event when started."));
+    parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp});
+    parser.process(app);
+
+    QTextStream err(stderr);
+    TSimModule module;
+    TSimIdentity& id = module.Identity();
+    if (parser.isSet(fwName))
+        id.firmwareName = parser.value(fwName);
+    if (parser.isSet(fwVersion)) {
+        const QStringList parts = parser.value(fwVersion).split(QLatin1Char('.'));
+        bool okMajor = false, okMinor = parts.size() == 2;
+        const uint major = parts.value(0).toUInt(&okMajor);
+        const uint minor = okMinor ? parts.value(1).toUInt(&okMinor) : 0;
+        if (!okMajor || !okMinor || major > 255 || minor > 255) {
+            err << "error - --fw-version wants MAJOR.MINOR, each 0..255\n";
+            return 2;
+        }
+        id.versionMajor = quint8(major);
+        id.versionMinor = quint8(minor);
+    }
+    if (parser.isSet(build)) {
+        bool ok = false;
+        const uint value = parser.value(build).toUInt(&ok);
+        if (!ok || value > 0xFFFF) {
+            err << "error - --build wants 0..65535\n";
+            return 2;
+        }
+        id.buildCount = quint16(value);
+    }
+    if (parser.isSet(deviceType)) {
+        bool ok = false;
+        const uint value = parser.value(deviceType).toUInt(&ok, 0);
+        if (!ok || value > 0xFF) {
+            err << "error - --device-type wants 0..255\n";
+            return 2;
+        }
+        id.deviceType = quint8(value);
+    }
+    if (parser.isSet(address) && !ParseHex32(parser.value(address), id.deviceAddress)) {
+        err << "error - --address wants up to 8 hexadecimal digits\n";
+        return 2;
+    }
+    if (parser.isSet(deviceId) && !ParseHex32(parser.value(deviceId), id.deviceId)) {
+        err << "error - --id wants up to 8 hexadecimal digits\n";
+        return 2;
+    }
+
+    QString error;
+    if (!module.Open(&error)) {
+        err << error << "\n";
+        return 1;
+    }
+    if (parser.isSet(link) && !module.CreateLink(parser.value(link), &error)) {
+        err << error << "\n";
+        return 1;
+    }
+    QTextStream out(stdout);
+    out << module.PortName() << "\n";
+    out.flush();
+    if (parser.isSet(powerUp))
+        module.SendPowerUpEvent();
+
+    // SIGINT/SIGTERM end the event loop so that the link is removed on the way out.
+    if (::pipe(g_signalPipe) == 0) {
+        auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+        std::signal(SIGINT, OnSignal);
+        std::signal(SIGTERM, OnSignal);
+    }
+    const int rc = app.exec();
+    module.Close();
+    return rc;
+}
