@@ -44,6 +44,7 @@ struct LinkTables {
     QList<bool> discovery{false, false, false, true, true, false, false};
     bool eventLogging = false;
     bool loaded = false;
+    int defaultTimeoutMs = TVeltoLRHCI::kResponseTimeoutMs;
 };
 
 LinkTables& Tables()
@@ -71,6 +72,7 @@ QString Hex2(quint8 value)
 
 TVeltoLRHCI::TVeltoLRHCI(QObject* parent)
     : QObject(parent)
+    , m_responseTimeoutMs(Tables().defaultTimeoutMs)
 {
     TKeyValueList::RegisterMetaType();
     m_slip.AttachClient(this);
@@ -154,6 +156,16 @@ QStringList TVeltoLRHCI::SelectableRateTexts()
         if (rates[i] >= kMinSelectableBaud && rates[i] <= kMaxSelectableBaud)
             list << QStringLiteral("%1 : %2 bps").arg(i).arg(rates[i]);
     return list;
+}
+
+void TVeltoLRHCI::SetDefaultResponseTimeout(int ms)
+{
+    Tables().defaultTimeoutMs = ms > 0 ? ms : kResponseTimeoutMs;
+}
+
+int TVeltoLRHCI::DefaultResponseTimeout()
+{
+    return Tables().defaultTimeoutMs;
 }
 
 bool TVeltoLRHCI::EnableLogging()
@@ -299,15 +311,15 @@ void TVeltoLRHCI::SaveLastBaudrate(const QString& baudrateText)
 
 void TVeltoLRHCI::OnError(QSerialPort::SerialPortError error)
 {
-    if (error == QSerialPort::NoError || !m_port)
+    if (error == QSerialPort::NoError || !m_port || !m_port->isOpen())
         return;
-    const QString text = m_port->errorString();
-    if (error == QSerialPort::ResourceError) {
-        // The device vanished: say it once and stop reading; Close() releases the port object.
-        ShowText(QStringLiteral("error - ComPort %1 lost: %2").arg(m_portName, text));
+    if (error == QSerialPort::ResourceError || error == QSerialPort::ReadError) {
+        // The device vanished (a pseudo-terminal's far end reports it as a read error, over and over):
+        // say it once and stop reading; Close() releases the port object.
+        ShowText(QStringLiteral("error - ComPort %1 lost: the device is gone").arg(m_portName));
         m_port->close();
     } else if (error != QSerialPort::TimeoutError) {
-        ShowText(QStringLiteral("error - ComPort %1: %2").arg(m_portName, text));
+        ShowText(QStringLiteral("error - ComPort %1: %2").arg(m_portName, m_port->errorString()));
     }
     m_port->clearError();
 }
@@ -372,9 +384,15 @@ bool TVeltoLRHCI::WaitForResponse(quint8 sapId, quint8 msgId)
     // Wakes the event loop at the deadline so that waiting for events never oversleeps it.
     QTimer deadline;
     deadline.setSingleShot(true);
-    deadline.start(m_responseTimeoutMs + 1);
-    while (!m_responseReceived && elapsed.elapsed() <= m_responseTimeoutMs && IsOpen())
+    deadline.setTimerType(Qt::PreciseTimer);
+    while (!m_responseReceived && IsOpen()) {
+        const qint64 remaining = m_responseTimeoutMs - elapsed.elapsed();
+        if (remaining < 0)
+            break;
+        if (!deadline.isActive())
+            deadline.start(int(remaining) + 1);
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
 
     m_waiting = false;
     if (!m_dispatchTimerId && !m_rxQueue.isEmpty())

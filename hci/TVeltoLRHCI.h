@@ -74,6 +74,9 @@ public:
     int ResponseTimeout() const { return m_responseTimeoutMs; }
     /// Tests shorten the time-out; users always get 5000 ms.
     void SetResponseTimeout(int ms) { m_responseTimeoutMs = ms; }
+    /// Time-out of links created from now on (tests of discovery, where links are made inside).
+    static void SetDefaultResponseTimeout(int ms);
+    static int DefaultResponseTimeout();
     int QueuedMessages() const { return m_rxQueue.size(); }
 
     static QString ResultText(int result);
@@ -110,7 +113,7 @@ private:
 
     TComSlip m_slip;
     quint32 m_crcErrors = 0;
-    int m_responseTimeoutMs = kResponseTimeoutMs;
+    int m_responseTimeoutMs;
     bool m_waiting = false;
     bool m_responseReceived = false;
     quint8 m_expectedSapId = 0;

@@ -287,6 +287,7 @@ private slots:
         QCOMPARE(TVeltoLRHCI::SelectableRateTexts().size(), 5);
         QCOMPARE(TVeltoLRHCI::SelectableRateTexts().last(), QStringLiteral("4 : 115200 bps"));
 
+        m_link->Close();
         TVeltoLRHCI link;
         QCOMPARE(link.DiscoveryIndex(), -1);
         link.SelectPreviousDiscoveryRate();   // from index 0 backwards, wrapping, to the last enabled rate

@@ -1,0 +1,6 @@
+#include "firmware/TBootloaderIF.h"
+
+TBootloaderIF::TBootloaderIF(QObject* parent)
+    : QObject(parent)
+{
+}

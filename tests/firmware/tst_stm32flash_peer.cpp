@@ -1,0 +1,97 @@
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QEventLoop>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+#include "TestEnvironment.h"
+#include "tools/sim/TSimStm32Port.h"
+
+// The independent stm32flash tool against the emulated system bootloader: if both agree, the
+// emulator speaks AN3155 and not just our own dialect of it.
+namespace {
+constexpr int kToolTimeoutMs = 120000;
+constexpr quint32 kFlashStart = 0x08000000;
+}
+
+class TestStm32FlashPeer : public QObject
+{
+    Q_OBJECT
+
+    QString m_tool;
+
+private slots:
+    void initTestCase()
+    {
+        m_tool = QStandardPaths::findExecutable(QStringLiteral("stm32flash"));
+        if (m_tool.isEmpty())
+            QSKIP("stm32flash is not on PATH (Debian package \"stm32flash\"): the peer test needs it");
+    }
+
+    void writeAndVerify_data()
+    {
+        QTest::addColumn<int>("productId");
+        QTest::addColumn<bool>("extended");
+        QTest::addColumn<int>("imageSize");
+        // stm32flash 0.7 sends the count 0xFF (global erase) for 256 or more pages with 0x43,
+        // so the 0x43-only image stays below 256 pages.
+        QTest::newRow("0x447, extended erase, 101 pages") << 0x447 << true << 100 * 128 + 37;
+        QTest::newRow("0x416, plain erase, 200 pages") << 0x416 << false << 199 * 256 + 3;
+        QTest::newRow("0x416, extended erase, 301 pages") << 0x416 << true << 300 * 256 + 6;
+    }
+    void writeAndVerify()
+    {
+        QFETCH(int, productId);
+        QFETCH(bool, extended);
+        QFETCH(int, imageSize);
+        TSimStm32Port sim(quint16(productId), extended);
+        QVERIFY(sim.Open());
+        const int pageSize = sim.Bootloader().Device().pageSize;
+        const int flashSize = sim.Bootloader().Flash().size();
+        // Programmed flash all over: only what stm32flash erases can be written again.
+        sim.Bootloader().LoadFlash(QByteArray(flashSize, char(0x00)));
+
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        QByteArray image(imageSize, 0);
+        QRandomGenerator random(quint32(productId) + quint32(imageSize));
+        for (char& byte : image)
+            byte = char(random.bounded(256));
+        QFile file(dir.filePath(QStringLiteral("image.bin")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(image), qint64(image.size()));
+        file.close();
+
+        QProcess tool;
+        tool.setProcessChannelMode(QProcess::MergedChannels);
+        // Pseudo-terminals refuse even parity: 8N1 on the line.
+        tool.start(m_tool, {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"),
+                            QStringLiteral("-w"), file.fileName(), QStringLiteral("-v"),
+                            QStringLiteral("-S"), QStringLiteral("0x%1").arg(kFlashStart, 8, 16, QLatin1Char('0')),
+                            sim.PortName()});
+        QVERIFY(tool.waitForStarted());
+        // The emulator answers from this event loop: wait by running it, never by blocking.
+        QEventLoop loop;
+        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
+        if (tool.state() != QProcess::NotRunning)
+            loop.exec();
+        QVERIFY2(tool.state() == QProcess::NotRunning, "stm32flash did not finish");
+        const QString output = QString::fromLocal8Bit(tool.readAll()).right(2000);
+        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, qPrintable(output));
+
+        const QByteArray& flash = sim.Bootloader().Flash();
+        QVERIFY2(flash.left(imageSize) == image, qPrintable(output));
+        // Only the pages the image needs were erased.
+        const int usedPages = (imageSize + pageSize - 1) / pageSize;
+        QCOMPARE(flash.mid(imageSize, usedPages * pageSize - imageSize), QByteArray(usedPages * pageSize - imageSize, char(0xFF)));
+        QCOMPARE(flash.at(usedPages * pageSize), char(0x00));
+        QCOMPARE(sim.Bootloader().AcceptedCommands().first(), quint8(0x7F));
+        QVERIFY(sim.Bootloader().AcceptedCommands().contains(quint8(extended ? 0x44 : 0x43)));
+    }
+};
+
+TESSERA_TEST_MAIN(TestStm32FlashPeer)
+#include "tst_stm32flash_peer.moc"

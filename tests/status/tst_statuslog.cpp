@@ -1,0 +1,103 @@
+#include <QSignalSpy>
+#include <QtTest>
+
+#include "TestEnvironment.h"
+#include "status/TStatusLog.h"
+#include "status/TTableLog.h"
+
+class TestStatusLog : public QObject
+{
+    Q_OBJECT
+private slots:
+    void lineFormats()
+    {
+        const QDateTime when(QDate(2024, 1, 31), QTime(12, 0, 0, 7));
+        QCOMPARE(TStatusLog::FormatLine(QStringLiteral("hello"), when, false), QStringLiteral("31.01.2024;12:00:00.007;hello"));
+        QCOMPARE(TStatusLog::FormatLine(QStringLiteral("hello"), when, true), QStringLiteral("2024-01-31;12:00:00.007;hello"));
+        QCOMPARE(TStatusLog::LogFileName(when), QStringLiteral("Velto_LoRaWAN_Tessera_31012024_120000.log"));
+        QCOMPARE(TStatusLog::LogFileName(when, QStringLiteral("HCI")), QStringLiteral("Velto_LoRaWAN_Tessera_31012024_120000_HCI.log"));
+        QCOMPARE(TTableLog::FileName(QStringLiteral("/logs"), QStringLiteral("RxTable"), when),
+                 QStringLiteral("/logs//RxTable_2024-01-31_12-00-00.log"));
+        QCOMPARE(TTableLog::FileName(QStringLiteral("/logs"), QStringLiteral("RxTable"), when, QStringLiteral("x")),
+                 QStringLiteral("/logs//RxTable_2024-01-31_12-00-00_x.log"));
+        QCOMPARE(TStatusLog::FormatDuration(59), QStringLiteral("0 minute(s) 59 second(s)"));
+        QCOMPARE(TStatusLog::FormatDuration(3 * 3600 + 61), QStringLiteral("3 hour(s) 1 minute(s) 1 second(s)"));
+        QCOMPARE(TStatusLog::FormatDuration(2 * 86400 + 3 * 3600 + 4 * 60 + 5), QStringLiteral("2 day(s) 3 hour(s) 4 minute(s) 5 second(s)"));
+    }
+
+    void sourcesAndRecords()
+    {
+        TStatusLog& log = TStatusLog::Instance();
+        QSignalSpy lines(&log, &TStatusLog::EvLine);
+        log.AddStatusMessage(QStringLiteral("Device Information"), QStringLiteral("error - no local device selected"));
+        TKeyValueList record;
+        record.Append(QStringLiteral("FWVersion"), QStringLiteral("V2.4"));
+        record.Append(QStringLiteral("BuildCount"), qint64(117));
+        log.AddStatusRecords(QStringLiteral("COM3"), record);
+        log.AddRawMessage(QStringLiteral("COM3"), QStringLiteral("C0 01"));
+        QCOMPARE(lines.count(), 3);
+        QVERIFY(lines.at(0).at(0).toString().endsWith(QStringLiteral(";Device Information:error - no local device selected")));
+        QVERIFY(lines.at(1).at(0).toString().endsWith(QStringLiteral(";COM3:FWVersion: V2.4; BuildCount: 117")));
+        QVERIFY(lines.at(2).at(0).toString().endsWith(QStringLiteral(";COM3:<<<C0 01>>>")));
+    }
+
+    void limit_the100001stLineStartsAgain()
+    {
+        TStatusLog& log = TStatusLog::Instance();
+        log.Clear();
+        QSignalSpy cleared(&log, &TStatusLog::EvCleared);
+        for (int i = 0; i < TStatusLog::kMaxLines; ++i)
+            log.AddStatusLine(QStringLiteral("x"));
+        QCOMPARE(log.LineCount(), 100000);
+        QCOMPARE(cleared.count(), 0);
+        log.AddStatusLine(QStringLiteral("one more"));
+        QCOMPARE(cleared.count(), 1);
+        QCOMPARE(log.LineCount(), 1);
+    }
+
+    void logFile_everyLineFlushed()
+    {
+        QTemporaryDir dir;
+        TStatusLog& log = TStatusLog::Instance();
+        QSignalSpy changed(&log, &TStatusLog::EvLogFileChanged);
+        const QString path = dir.filePath(QStringLiteral("status.log"));
+        QVERIFY(log.OpenLogFile(path));
+        log.AddStatusLine(QStringLiteral("first äöü"));
+        log.AddStatusLine(QStringLiteral("second"));
+        // Read while the file is still open: nothing may wait in a buffer.
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList content = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+        QCOMPARE(content.size(), 4);
+        QVERIFY(content.at(0).endsWith(QStringLiteral(";log file opened: ") + path));
+        QVERIFY(content.at(1).endsWith(QStringLiteral(";first äöü")));
+        QVERIFY(content.at(2).endsWith(QStringLiteral(";second")));
+        QCOMPARE(content.at(3), QString());
+        log.CloseLogFile();
+        QCOMPARE(changed.last().at(0).toString(), QStringLiteral("n.a."));
+        QVERIFY(!log.IsLogFileOpen());
+
+        QSignalSpy lines(&log, &TStatusLog::EvLine);
+        const QString bad = dir.filePath(QStringLiteral("missing/dir/x.log"));
+        QVERIFY(!log.OpenLogFile(bad));
+        QVERIFY(lines.last().at(0).toString().endsWith(QStringLiteral(";error - couldn't open log file: ") + bad));
+        QVERIFY(log.OpenAutoLogFile(dir.path(), QStringLiteral("auto")));
+        QVERIFY(log.LogFilePath().endsWith(QStringLiteral("_auto.log")));
+        log.CloseLogFile();
+    }
+
+    void tableLog_rows()
+    {
+        QTemporaryDir dir;
+        TTableLog table;
+        QVERIFY(table.Open(dir.filePath(QStringLiteral("t.log"))));
+        table.WriteRow({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")});
+        table.WriteRow({QStringLiteral("d")});
+        QFile file(dir.filePath(QStringLiteral("t.log")));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("a;b;c\nd\n"));
+    }
+};
+
+TESSERA_TEST_MAIN(TestStatusLog)
+#include "tst_statuslog.moc"
