@@ -5,6 +5,7 @@
 #include "hci/Crc16.h"
 #include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimDeviceMgmt.h"
+#include "tools/sim/TSimLoRaWAN.h"
 
 TSimModule::TSimModule(QObject* parent)
     : QObject(parent)
@@ -14,6 +15,7 @@ TSimModule::TSimModule(QObject* parent)
     m_slip.AttachClient(this);
     connect(m_pty, &TPseudoTerminal::DataReceived, this, &TSimModule::OnBytes);
     AddService(std::make_unique<TSimDeviceMgmt>(*this));
+    AddService(std::make_unique<TSimLoRaWAN>(*this));
 }
 
 TSimModule::~TSimModule() = default;

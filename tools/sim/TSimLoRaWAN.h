@@ -1,0 +1,168 @@
+#pragma once
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QVector>
+
+#include <functional>
+
+#include "sap/TKeyValueList.h"
+#include "sap/TSapTables.h"
+#include "tools/sim/TSimService.h"
+
+struct TSimCounters;
+
+/// LoRaWAN end node of the virtual module: keys and EUIs, activation and join, radio and region
+/// configuration, multicast groups, nonces, and a network that answers uplinks with events.
+class TSimLoRaWAN : public TSimService
+{
+public:
+    static constexpr quint8 kSapId = 0x10;
+    enum : quint8 {
+        kActivateDeviceReq = 0x01,
+        kGetActivationParamsReq = 0x03,
+        kSetJoinParamsReq = 0x05,
+        kGetJoinParamsReq = 0x07,
+        kJoinNwkReq = 0x09,
+        kTxJoinEvent = 0x0B,
+        kJoinNwkEvent = 0x0C,
+        kSendUDataReq = 0x0D,
+        kTxUDataEvent = 0x0F,
+        kRxUDataEvent = 0x10,
+        kSendCDataReq = 0x11,
+        kTxCDataEvent = 0x13,
+        kRxCDataEvent = 0x14,
+        kRxAckEvent = 0x15,
+        kRxNoDataEvent = 0x16,
+        kSetConfigReq = 0x19,
+        kGetConfigReq = 0x1B,
+        kReactivateDeviceReq = 0x1D,
+        kDeactivateReq = 0x21,
+        kFactoryResetReq = 0x23,
+        kSetDeviceEUIReq = 0x25,
+        kGetDeviceEUIReq = 0x27,
+        kGetNwkStatusReq = 0x29,
+        kSendMacCmdReq = 0x2B,
+        kRxMacCmdEvent = 0x2D,
+        kSetBatteryLevelReq = 0x2E,
+        kSetCustomConfigReq = 0x31,
+        kGetCustomConfigReq = 0x33,
+        kGetSupportedBandsReq = 0x35,
+        kSetTxPowerLimitConfigReq = 0x37,
+        kGetTxPowerLimitConfigReq = 0x39,
+        kSetLinkADRRequestConfigReq = 0x3B,
+        kGetLinkADRRequestConfigReq = 0x3D,
+        kLinkDisconnectEvent = 0x40,
+        kSetMulticastConfigReq = 0x41,
+        kGetMulticastConfigReq = 0x43,
+        kRemoveMulticastConfigReq = 0x45,
+        kRxMulticastDataEvent = 0x48,
+        kRxInvalidMulticastEvent = 0x4A,
+        kSetActiveRegionReq = 0x51,
+        kGetActiveRegionReq = 0x53,
+        kSetRegionConfigReq = 0x55,
+        kGetRegionConfigReq = 0x57,
+        kDevNonceResetEvent = 0x60,
+        kSetDevNonceReq = 0x61,
+        kGetDevNonceReq = 0x63,
+        kSetJoinNonceReq = 0x65,
+        kGetJoinNonceReq = 0x67,
+        kSendNetworkTimeReq = 0x71,
+        kNetworkTimeResponseEvent = 0x74,
+    };
+    enum NetworkStatus : quint8 { Inactive = 0, ActiveABP = 1, ActiveOTAA = 2, Joining = 3 };
+
+    static constexpr int kTxEventDelayMs = 20;    ///< request answered → radio packet sent
+    static constexpr int kRxWindowDelayMs = 40;   ///< packet sent → downlink in the receive window
+    static constexpr int kJoinAcceptDelayMs = 60;
+    static constexpr int kMulticastGroups = 4;
+    static constexpr int kSubBands = 6;
+    static constexpr quint8 kMaxLoRaPort = 223;
+    static constexpr quint8 kMaxDataRate = 7;
+    static constexpr quint8 kMaxPowerLevel = 20;   // dBm
+    static constexpr quint8 kMaxHandlingMode = 2;
+    static constexpr qint8 kMaxTxPowerOffset = 20;  // dB either way
+    static constexpr qint16 kRssiDbm = -57;
+    static constexpr qint8 kSnrDb = 9;
+
+    explicit TSimLoRaWAN(TSimModule& module);
+    quint8 SapID() const override { return kSapId; }
+    TSimReply HandleRequest(quint8 msgId, const QByteArray& payload) override;
+
+    // Scripted network behaviour.
+    /// When false, join requests go out but no join accept comes back.
+    void SetJoinAccepted(bool accepted) { m_joinAccepted = accepted; }
+    /// The network answers the next uplink with this downlink (one per uplink, in order).
+    void QueueDownlink(quint8 port, const QByteArray& payload, bool confirmed = false);
+    /// A downlink arrives now, outside any uplink.
+    void InjectRxData(quint8 port, const QByteArray& payload, bool confirmed = false);
+    void InjectMulticastData(int group, quint8 port, const QByteArray& payload);
+    void InjectLinkDisconnect(quint8 reason);
+
+    NetworkStatus Status() const { return m_status; }
+    quint16 DevNonce() const { return m_devNonce; }
+    quint32 UplinkCounter() const { return m_uplinkCounter; }
+
+private:
+    struct Downlink {
+        quint8 port;
+        QByteArray payload;
+        bool confirmed;
+    };
+
+    TSimReply SetRecord(const TFieldLayoutEntry* layout, const QByteArray& payload, TKeyValueList& target);
+    TSimReply Activate(const QByteArray& payload);
+    TSimReply Join();
+    TSimReply Reactivate();
+    TSimReply SetNodeConfig(const QByteArray& payload);
+    TSimReply SetCustomConfig(const QByteArray& payload);
+    TSimReply SetTxPowerLimit(const QByteArray& payload);
+    TSimReply SetActiveRegion(const QByteArray& payload);
+    TSimReply SetRegionConfig(const QByteArray& payload);
+    TSimReply SetLinkADRConfig(const QByteArray& payload);
+    TSimReply SetMulticast(const QByteArray& payload);
+    TSimReply GetMulticast(const QByteArray& payload) const;
+    TSimReply RemoveMulticast(const QByteArray& payload);
+    TSimReply SendData(const QByteArray& payload, bool confirmed);
+    TSimReply SendMacCommand(const QByteArray& payload);
+    TSimReply SendNetworkTime();
+    TSimReply SetNumber(const TFieldLayoutEntry* layout, const QByteArray& payload, qint64 maximum, quint32& value);
+    TSimReply GetNumber(const TFieldLayoutEntry* layout, quint32 value) const;
+    QByteArray NwkStatus() const;
+    QByteArray TxPowerLimits() const;
+    QByteArray SupportedBands() const;
+
+    bool Active() const { return m_status == ActiveABP || m_status == ActiveOTAA; }
+    quint8 DataRate() const;
+    quint8 PowerLevel() const;
+    /// Sends the transmit event now and schedules what the network answers in the receive window.
+    void Transmit(quint8 txEvent, int payloadSize, bool confirmed, const QByteArray& macAnswer = QByteArray());
+    void SendRxData(const Downlink& downlink, bool ack, quint8 channel);
+    void SendRxEvent(quint8 msgId, const TFieldLayoutEntry* layout, TKeyValueList fields);
+    void Later(int ms, std::function<void()> action);
+    TSimCounters* Counters() const;
+    void FactoryDefaults();
+    static quint32 GpsSeconds();
+
+    QObject m_context;   ///< owns the delayed actions, so none outlives this service
+    NetworkStatus m_status = Inactive;
+    NetworkStatus m_lastActivation = Inactive;
+    bool m_joinAccepted = true;
+    TKeyValueList m_deviceEUI;
+    TKeyValueList m_joinParams;
+    TKeyValueList m_activation;
+    TKeyValueList m_nodeConfig;
+    TKeyValueList m_customConfig;
+    TKeyValueList m_regionConfig;
+    QVector<TKeyValueList> m_multicast;
+    QVector<TKeyValueList> m_txPowerLimits;
+    quint32 m_activeRegion = 1;
+    quint32 m_linkADRMode = 0;
+    quint32 m_batteryLevel = 255;
+    quint32 m_devNonce = 0;
+    quint32 m_joinNonce = 0;
+    quint32 m_uplinkCounter = 0;
+    quint32 m_downlinkCounter = 0;
+    quint8 m_channel = 0;
+    QList<Downlink> m_downlinks;
+};
