@@ -5,6 +5,8 @@
 #include "hci/Crc16.h"
 #include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimDeviceMgmt.h"
+#include "tools/sim/TSimStm32Bootloader.h"
+#include "tools/sim/TSimStm32Port.h"
 #include "tools/sim/TSimLoRaWAN.h"
 
 TSimModule::TSimModule(QObject* parent)
@@ -14,11 +16,57 @@ TSimModule::TSimModule(QObject* parent)
     m_uptime.start();
     m_slip.AttachClient(this);
     connect(m_pty, &TPseudoTerminal::DataReceived, this, &TSimModule::OnBytes);
+    m_bootloader = std::make_unique<TSimStm32Bootloader>();
+    connect(m_bootloader.get(), &TSimStm32Bootloader::EvSend, m_pty, &TPseudoTerminal::Write);
+    connect(m_bootloader.get(), &TSimStm32Bootloader::EvApplicationStarted, this, [this] { LeaveBootloader(); });
     AddService(std::make_unique<TSimDeviceMgmt>(*this));
     AddService(std::make_unique<TSimLoRaWAN>(*this));
+    static_cast<TSimDeviceMgmt*>(Service(TSimDeviceMgmt::kSapId))->EnterBootloaderRequested = [this] { EnterBootloader(); };
 }
 
 TSimModule::~TSimModule() = default;
+
+void TSimModule::EnterBootloader()
+{
+    m_inBootloader = true;
+    m_bootloader->Reset();
+    if (m_bootloaderPacing)
+        m_pty->SetPacing(TSimStm32Port::kLineBaud, TSimStm32Port::kBitsPerByte8E1);
+    emit EvBootloaderEntered();
+}
+
+void TSimModule::LeaveBootloader()
+{
+    m_inBootloader = false;
+    m_pty->SetPacing(0, 10);
+    TakeIdentityFromFlash();
+    emit EvApplicationStarted();
+    SendPowerUpEvent();   // a freshly started application announces itself
+}
+
+bool TSimModule::TakeIdentityFromFlash()
+{
+    static const QByteArray kTag("VELTOFW:");
+    const QByteArray& flash = m_bootloader->Flash();
+    const int at = flash.indexOf(kTag);
+    if (at < 0)
+        return false;
+    const int end = flash.indexOf('\0', at);
+    const QStringList fields = QString::fromLatin1(flash.mid(at + kTag.size(), qMin(end < 0 ? 64 : end - at - kTag.size(), 64))).split(QLatin1Char(';'));
+    const QStringList version = fields.value(1).split(QLatin1Char('.'));
+    bool okMajor = false, okMinor = false, okBuild = false;
+    const uint major = version.value(0).toUInt(&okMajor);
+    const uint minor = version.value(1).toUInt(&okMinor);
+    const uint build = fields.value(2).toUInt(&okBuild);
+    if (fields.value(0).isEmpty() || !okMajor || !okMinor || major > 255 || minor > 255)
+        return false;
+    m_identity.firmwareName = fields.value(0);
+    m_identity.versionMajor = quint8(major);
+    m_identity.versionMinor = quint8(minor);
+    if (okBuild && build <= 0xFFFF)
+        m_identity.buildCount = quint16(build);
+    return true;
+}
 
 bool TSimModule::Open(QString* error)
 {
@@ -101,7 +149,10 @@ void TSimModule::SendRaw(const QByteArray& bytes)
 
 void TSimModule::OnBytes(const QByteArray& bytes)
 {
-    m_slip.Decode(bytes);
+    if (m_inBootloader)
+        m_bootloader->Feed(bytes);
+    else
+        m_slip.Decode(bytes);
 }
 
 void TSimModule::ProcessRxFrame(const QByteArray& frame)

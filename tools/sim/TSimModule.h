@@ -15,6 +15,7 @@
 #include "tools/sim/TSimService.h"
 
 class TPseudoTerminal;
+class TSimStm32Bootloader;
 
 /// The virtual module: a pseudo-terminal whose far end answers HCI requests as a real module does.
 /// Tests, the studio's demo mode and tessera-sim all use this class.
@@ -60,6 +61,16 @@ public:
     void SendRaw(const QByteArray& bytes);
     static QByteArray Frame(quint8 sapId, quint8 msgId, const QByteArray& payload, bool corruptCrc = false);
 
+    /// The emulated STM32 system bootloader that takes over the line after "SetBootLoaderMode";
+    /// Go hands the line back to the application, which then reports the image's firmware.
+    TSimStm32Bootloader& Bootloader() { return *m_bootloader; }
+    void EnterBootloader();
+    bool InBootloader() const { return m_inBootloader; }
+    /// Bootloader answers leave at 115200 baud, 11 bits per byte (8E1), as from a real part.
+    void SetBootloaderPacing(bool on) { m_bootloaderPacing = on; }
+    /// Reads the firmware identity tag "VELTOFW:name;major.minor;build" from the emulated flash.
+    bool TakeIdentityFromFlash();
+
     quint32 CrcErrors() const { return m_crcErrors; }
     quint32 RequestsHandled() const { return m_requests; }
     /// Milliseconds since the module was created (its system tick).
@@ -67,11 +78,14 @@ public:
 
 signals:
     void RequestReceived(quint8 sapId, quint8 msgId, const QByteArray& payload);
+    void EvBootloaderEntered();
+    void EvApplicationStarted();
 
 private:
     void OnBytes(const QByteArray& bytes);
     void ProcessRxFrame(const QByteArray& frame) override;
     void Answer(quint8 sapId, quint8 msgId, const QByteArray& payload);
+    void LeaveBootloader();
 
     TPseudoTerminal* m_pty;
     TComSlip m_slip;
@@ -83,4 +97,7 @@ private:
     quint32 m_crcErrors = 0;
     quint32 m_requests = 0;
     QElapsedTimer m_uptime;
+    std::unique_ptr<TSimStm32Bootloader> m_bootloader;
+    bool m_inBootloader = false;
+    bool m_bootloaderPacing = false;
 };

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimStm32Bootloader.h"
 
 namespace {
 int g_signalPipe[2] = {-1, -1};
@@ -48,7 +49,11 @@ int main(int argc, char* argv[])
     const QCommandLineOption address(QStringLiteral("address"), QStringLiteral("Device address, hexadecimal."), QStringLiteral("HEX"));
     const QCommandLineOption deviceId(QStringLiteral("id"), QStringLiteral("Device ID, hexadecimal."), QStringLiteral("HEX"));
     const QCommandLineOption powerUp(QStringLiteral("power-up"), QStringLiteral("Send a power-up event when started."));
-    parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp});
+    const QCommandLineOption bootloader(QStringLiteral("bootloader"), QStringLiteral("Start in the STM32 system bootloader."));
+    const QCommandLineOption productId(QStringLiteral("product-id"), QStringLiteral("STM32 product id of the bootloader (default 0x447)."), QStringLiteral("ID"));
+    const QCommandLineOption noExtErase(QStringLiteral("no-extended-erase"), QStringLiteral("The bootloader offers Erase (0x43) instead of Extended Erase (0x44)."));
+    const QCommandLineOption pacing(QStringLiteral("pacing"), QStringLiteral("Bootloader answers leave at 115200 baud, 8E1."));
+    parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
     parser.process(app);
 
     QTextStream err(stderr);
@@ -95,6 +100,18 @@ int main(int argc, char* argv[])
         return 2;
     }
 
+    if (parser.isSet(productId)) {
+        bool ok = false;
+        const uint value = parser.value(productId).toUInt(&ok, 0);
+        if (!ok || value > 0xFFFF) {
+            err << "error - --product-id wants a 16-bit number such as 0x447\n";
+            return 2;
+        }
+        module.Bootloader().SetDevice(quint16(value));
+    }
+    module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
+    module.SetBootloaderPacing(parser.isSet(pacing));
+
     QString error;
     if (!module.Open(&error)) {
         err << error << "\n";
@@ -107,7 +124,9 @@ int main(int argc, char* argv[])
     QTextStream out(stdout);
     out << module.PortName() << "\n";
     out.flush();
-    if (parser.isSet(powerUp))
+    if (parser.isSet(bootloader))
+        module.EnterBootloader();
+    else if (parser.isSet(powerUp))
         module.SendPowerUpEvent();
 
     // SIGINT/SIGTERM end the event loop so that the link is removed on the way out.
