@@ -71,6 +71,10 @@ bool TPseudoTerminal::Open(QString* error)
     m_paceTimer->setSingleShot(true);
     m_paceTimer->setTimerType(Qt::PreciseTimer);
     connect(m_paceTimer, &QTimer::timeout, this, &TPseudoTerminal::FlushOutput);
+    m_inTimer = new QTimer(this);
+    m_inTimer->setSingleShot(true);
+    m_inTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_inTimer, &QTimer::timeout, this, &TPseudoTerminal::DrainInput);
     return true;
 }
 
@@ -82,6 +86,9 @@ void TPseudoTerminal::Close()
     m_writeNotifier = nullptr;
     delete m_paceTimer;
     m_paceTimer = nullptr;
+    delete m_inTimer;
+    m_inTimer = nullptr;
+    m_in.clear();
     if (m_slaveHold >= 0)
         ::close(m_slaveHold);
     m_slaveHold = -1;
@@ -167,9 +174,38 @@ void TPseudoTerminal::OnReadable()
     for (;;) {
         const ssize_t n = ::read(m_master, buffer, sizeof buffer);
         if (n > 0) {
-            emit DataReceived(QByteArray(buffer, int(n)));
+            if (m_paceBaud == 0) {
+                emit DataReceived(QByteArray(buffer, int(n)));
+            } else {
+                if (m_in.isEmpty() && !m_inTimer->isActive()) {
+                    m_inTaken = 0;
+                    m_inStartNs = Clock().nsecsElapsed();
+                }
+                m_in.append(buffer, int(n));
+            }
             continue;
         }
         break;   // EAGAIN or nothing more; EIO cannot happen while we hold the slave open
+    }
+    if (!m_in.isEmpty())
+        DrainInput();
+}
+
+void TPseudoTerminal::DrainInput()
+{
+    if (m_in.isEmpty() || !m_inTimer)
+        return;
+    const qint64 elapsedNs = Clock().nsecsElapsed() - m_inStartNs;
+    const qint64 due = m_paceBaud > 0 ? elapsedNs * m_paceBaud / (qint64(m_paceBits) * 1000000000LL) + 1 - m_inTaken : m_in.size();
+    const int take = int(qBound<qint64>(0, due, m_in.size()));
+    if (take > 0) {
+        const QByteArray bytes = m_in.left(take);
+        m_in.remove(0, take);
+        m_inTaken += take;
+        emit DataReceived(bytes);
+    }
+    if (!m_in.isEmpty() && m_inTimer && !m_inTimer->isActive()) {
+        const qint64 nsPerByte = m_paceBaud > 0 ? qint64(m_paceBits) * 1000000000LL / m_paceBaud : 0;
+        m_inTimer->start(int(qMax<qint64>(1, nsPerByte * 16 / 1000000)));
     }
 }

@@ -25,7 +25,8 @@ public:
 
     /// Queues bytes for the line; with pacing on they leave at the given line rate.
     void Write(const QByteArray& bytes);
-    /// bitsPerByte 10 for 8N1, 11 for 8E1; baud 0 turns pacing off.
+    /// bitsPerByte 10 for 8N1, 11 for 8E1; baud 0 turns pacing off. Pacing works both ways: what the
+    /// port writes also arrives no faster than the line could carry it.
     void SetPacing(int baud, int bitsPerByte);
     qint64 PendingOutput() const { return m_out.size(); }
 
@@ -35,6 +36,7 @@ signals:
 private:
     void OnReadable();
     void FlushOutput();
+    void DrainInput();
 
     int m_master = -1;
     int m_slaveHold = -1;
@@ -48,4 +50,8 @@ private:
     int m_paceBits = 10;
     qint64 m_paceStartNs = 0;
     qint64 m_paceSent = 0;
+    QByteArray m_in;
+    QTimer* m_inTimer = nullptr;
+    qint64 m_inStartNs = 0;
+    qint64 m_inTaken = 0;
 };
