@@ -2,7 +2,41 @@
 // Payload layouts of the device management service (SapID 0x01), shared by the host service and
 // the virtual module so that both sides pack and read the same bytes. Offsets start after the
 // status byte in responses.
+#include <QtGlobal>
+
 #include "sap/TSapTables.h"
+
+/// Message identifiers of the device management service, shared by the studio and the virtual module.
+struct DeviceMgmtMsgIds
+{
+    static constexpr quint8 kSapId = 0x01;
+    enum : quint8 {
+        kPingReq = 0x01,
+        kGetDeviceInfoReq = 0x03,
+        kGetFirmwareInfoReq = 0x05,
+        kResetReq = 0x07,
+        kSetOperationModeReq = 0x09,
+        kGetOperationModeReq = 0x0B,
+        kSetRTCReq = 0x0D,
+        kGetRTCReq = 0x0F,
+        kGetDeviceStatusReq = 0x17,
+        kSetRadioModeReq = 0x19,
+        kPowerUpEvent = 0x20,
+        kSetDeviceConfigReq = 0x25,
+        kGetDeviceConfigReq = 0x27,
+        kResetDeviceConfigReq = 0x29,
+        kSetRTCAlarmReq = 0x31,
+        kClearRTCAlarmReq = 0x33,
+        kGetRTCAlarmReq = 0x35,
+        kRTCAlarmEvent = 0x38,
+        kSetRadioStackReq = 0x39,
+        kGetRadioStackReq = 0x3B,
+        kSetHCIConfigReq = 0x41,
+        kGetHCIConfigReq = 0x43,
+        kGetCPUIDReq = 0xF4,
+        kSetBootloaderModeReq = 0xF6,
+    };
+};
 
 namespace DeviceMgmtLayouts {
 

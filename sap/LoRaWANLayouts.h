@@ -2,7 +2,68 @@
 // Payload layouts of the LoRaWAN service (SapID 0x10), shared by the host service and the virtual
 // module so that both sides pack and read the same bytes. Offsets start after the status byte in
 // responses. RSSI in dBm, SNR in dB, air time in ms.
+#include <QtGlobal>
+
 #include "sap/TSapTables.h"
+
+/// Message identifiers of the LoRaWAN service, shared by the studio and the virtual module.
+struct LoRaWANMsgIds
+{
+    static constexpr quint8 kSapId = 0x10;
+    enum : quint8 {
+        kActivateDeviceReq = 0x01,
+        kGetActivationParamsReq = 0x03,
+        kSetJoinParamsReq = 0x05,
+        kGetJoinParamsReq = 0x07,
+        kJoinNwkReq = 0x09,
+        kTxJoinEvent = 0x0B,
+        kJoinNwkEvent = 0x0C,
+        kSendUDataReq = 0x0D,
+        kTxUDataEvent = 0x0F,
+        kRxUDataEvent = 0x10,
+        kSendCDataReq = 0x11,
+        kTxCDataEvent = 0x13,
+        kRxCDataEvent = 0x14,
+        kRxAckEvent = 0x15,
+        kRxNoDataEvent = 0x16,
+        kGetStatusReq = 0x17,
+        kSetConfigReq = 0x19,
+        kGetConfigReq = 0x1B,
+        kReactivateDeviceReq = 0x1D,
+        kDeactivateReq = 0x21,
+        kFactoryResetReq = 0x23,
+        kSetDeviceEUIReq = 0x25,
+        kGetDeviceEUIReq = 0x27,
+        kGetNwkStatusReq = 0x29,
+        kSendMacCmdReq = 0x2B,
+        kRxMacCmdEvent = 0x2D,
+        kSetBatteryLevelReq = 0x2E,
+        kSetCustomConfigReq = 0x31,
+        kGetCustomConfigReq = 0x33,
+        kGetSupportedBandsReq = 0x35,
+        kSetTxPowerLimitConfigReq = 0x37,
+        kGetTxPowerLimitConfigReq = 0x39,
+        kSetLinkADRRequestConfigReq = 0x3B,
+        kGetLinkADRRequestConfigReq = 0x3D,
+        kLinkDisconnectEvent = 0x40,
+        kSetMulticastConfigReq = 0x41,
+        kGetMulticastConfigReq = 0x43,
+        kRemoveMulticastConfigReq = 0x45,
+        kRxMulticastDataEvent = 0x48,
+        kRxInvalidMulticastEvent = 0x4A,
+        kSetActiveRegionReq = 0x51,
+        kGetActiveRegionReq = 0x53,
+        kSetRegionConfigReq = 0x55,
+        kGetRegionConfigReq = 0x57,
+        kDevNonceResetEvent = 0x60,
+        kSetDevNonceReq = 0x61,
+        kGetDevNonceReq = 0x63,
+        kSetJoinNonceReq = 0x65,
+        kGetJoinNonceReq = 0x67,
+        kSendNetworkTimeReq = 0x71,
+        kNetworkTimeResponseEvent = 0x74,
+    };
+};
 
 namespace LoRaWANLayouts {
 

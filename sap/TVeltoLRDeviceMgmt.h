@@ -1,39 +1,13 @@
 #pragma once
+#include "sap/DeviceMgmtLayouts.h"
 #include "sap/TVeltoLRSAP.h"
 
 /// Host side of the module's device management: identity, firmware, clock and alarm, operation
 /// mode, HCI and device configuration, radio stack, reset and bootloader entry.
-class TVeltoLRDeviceMgmt : public TVeltoLRSAP
+class TVeltoLRDeviceMgmt : public TVeltoLRSAP, public DeviceMgmtMsgIds
 {
     Q_OBJECT
 public:
-    static constexpr quint8 kSapId = 0x01;
-    enum : quint8 {
-        kPingReq = 0x01,
-        kGetDeviceInfoReq = 0x03,
-        kGetFirmwareInfoReq = 0x05,
-        kResetReq = 0x07,
-        kSetOperationModeReq = 0x09,
-        kGetOperationModeReq = 0x0B,
-        kSetRTCReq = 0x0D,
-        kGetRTCReq = 0x0F,
-        kGetDeviceStatusReq = 0x17,
-        kSetRadioModeReq = 0x19,
-        kPowerUpEvent = 0x20,
-        kSetDeviceConfigReq = 0x25,
-        kGetDeviceConfigReq = 0x27,
-        kResetDeviceConfigReq = 0x29,
-        kSetRTCAlarmReq = 0x31,
-        kClearRTCAlarmReq = 0x33,
-        kGetRTCAlarmReq = 0x35,
-        kRTCAlarmEvent = 0x38,
-        kSetRadioStackReq = 0x39,
-        kGetRadioStackReq = 0x3B,
-        kSetHCIConfigReq = 0x41,
-        kGetHCIConfigReq = 0x43,
-        kGetCPUIDReq = 0xF4,
-        kSetBootloaderModeReq = 0xF6,
-    };
     static constexpr quint8 kOperationModeProduction = 1;
 
     explicit TVeltoLRDeviceMgmt(QObject* parent = nullptr);

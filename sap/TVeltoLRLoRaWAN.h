@@ -1,66 +1,13 @@
 #pragma once
+#include "sap/LoRaWANLayouts.h"
 #include "sap/TVeltoLRSAP.h"
 
 /// Host side of the module's LoRaWAN end-node service: activation and join, keys and EUIs, radio
 /// configuration, regions, multicast, data and MAC commands; transmit and receive events as records.
-class TVeltoLRLoRaWAN : public TVeltoLRSAP
+class TVeltoLRLoRaWAN : public TVeltoLRSAP, public LoRaWANMsgIds
 {
     Q_OBJECT
 public:
-    static constexpr quint8 kSapId = 0x10;
-    enum : quint8 {
-        kActivateDeviceReq = 0x01,
-        kGetActivationParamsReq = 0x03,
-        kSetJoinParamsReq = 0x05,
-        kGetJoinParamsReq = 0x07,
-        kJoinNwkReq = 0x09,
-        kTxJoinEvent = 0x0B,
-        kJoinNwkEvent = 0x0C,
-        kSendUDataReq = 0x0D,
-        kTxUDataEvent = 0x0F,
-        kRxUDataEvent = 0x10,
-        kSendCDataReq = 0x11,
-        kTxCDataEvent = 0x13,
-        kRxCDataEvent = 0x14,
-        kRxAckEvent = 0x15,
-        kRxNoDataEvent = 0x16,
-        kGetStatusReq = 0x17,
-        kSetConfigReq = 0x19,
-        kGetConfigReq = 0x1B,
-        kReactivateDeviceReq = 0x1D,
-        kDeactivateReq = 0x21,
-        kFactoryResetReq = 0x23,
-        kSetDeviceEUIReq = 0x25,
-        kGetDeviceEUIReq = 0x27,
-        kGetNwkStatusReq = 0x29,
-        kSendMacCmdReq = 0x2B,
-        kRxMacCmdEvent = 0x2D,
-        kSetBatteryLevelReq = 0x2E,
-        kSetCustomConfigReq = 0x31,
-        kGetCustomConfigReq = 0x33,
-        kGetSupportedBandsReq = 0x35,
-        kSetTxPowerLimitConfigReq = 0x37,
-        kGetTxPowerLimitConfigReq = 0x39,
-        kSetLinkADRRequestConfigReq = 0x3B,
-        kGetLinkADRRequestConfigReq = 0x3D,
-        kLinkDisconnectEvent = 0x40,
-        kSetMulticastConfigReq = 0x41,
-        kGetMulticastConfigReq = 0x43,
-        kRemoveMulticastConfigReq = 0x45,
-        kRxMulticastDataEvent = 0x48,
-        kRxInvalidMulticastEvent = 0x4A,
-        kSetActiveRegionReq = 0x51,
-        kGetActiveRegionReq = 0x53,
-        kSetRegionConfigReq = 0x55,
-        kGetRegionConfigReq = 0x57,
-        kDevNonceResetEvent = 0x60,
-        kSetDevNonceReq = 0x61,
-        kGetDevNonceReq = 0x63,
-        kSetJoinNonceReq = 0x65,
-        kGetJoinNonceReq = 0x67,
-        kSendNetworkTimeReq = 0x71,
-        kNetworkTimeResponseEvent = 0x74,
-    };
     /// Flag of the invalid-data events: an error code follows.
     static constexpr quint8 kRxErrorCodePresent = 0x02;
     /// GPS time runs ahead of UTC by the leap seconds since 1980 (18 since 2017).

@@ -7,6 +7,7 @@
 
 #include "sap/TKeyValueList.h"
 #include "sap/TSapTables.h"
+#include "sap/DeviceMgmtLayouts.h"
 #include "tools/sim/TSimService.h"
 
 /// The virtual module reads requests and writes answers through the host's own layout tables.
@@ -43,35 +44,9 @@ struct TSimCounters
 
 /// Device management of the virtual module: identity, firmware, clock and alarm, operation mode,
 /// HCI and device configuration, radio stack, status counters, reset and bootloader entry.
-class TSimDeviceMgmt : public TSimService
+class TSimDeviceMgmt : public TSimService, public DeviceMgmtMsgIds
 {
 public:
-    static constexpr quint8 kSapId = 0x01;
-    enum : quint8 {
-        kPingReq = 0x01,
-        kGetDeviceInfoReq = 0x03,
-        kGetFirmwareInfoReq = 0x05,
-        kResetReq = 0x07,
-        kSetOperationModeReq = 0x09,
-        kGetOperationModeReq = 0x0B,
-        kSetRTCReq = 0x0D,
-        kGetRTCReq = 0x0F,
-        kGetDeviceStatusReq = 0x17,
-        kPowerUpEvent = 0x20,
-        kSetDeviceConfigReq = 0x25,
-        kGetDeviceConfigReq = 0x27,
-        kResetDeviceConfigReq = 0x29,
-        kSetRTCAlarmReq = 0x31,
-        kClearRTCAlarmReq = 0x33,
-        kGetRTCAlarmReq = 0x35,
-        kRTCAlarmEvent = 0x38,
-        kSetRadioStackReq = 0x39,
-        kGetRadioStackReq = 0x3B,
-        kSetHCIConfigReq = 0x41,
-        kGetHCIConfigReq = 0x43,
-        kGetCPUIDReq = 0xF4,
-        kSetBootloaderModeReq = 0xF6,
-    };
     /// A module restarts this long after it answered a reset request.
     static constexpr int kResetDelayMs = 50;
     static constexpr quint32 kCpuIdRegister = 0x410FC241;   // Cortex-M4 r0p1

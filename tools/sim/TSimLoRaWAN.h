@@ -6,6 +6,7 @@
 
 #include <functional>
 
+#include "sap/LoRaWANLayouts.h"
 #include "sap/TKeyValueList.h"
 #include "sap/TSapTables.h"
 #include "tools/sim/TSimService.h"
@@ -14,62 +15,9 @@ struct TSimCounters;
 
 /// LoRaWAN end node of the virtual module: keys and EUIs, activation and join, radio and region
 /// configuration, multicast groups, nonces, and a network that answers uplinks with events.
-class TSimLoRaWAN : public TSimService
+class TSimLoRaWAN : public TSimService, public LoRaWANMsgIds
 {
 public:
-    static constexpr quint8 kSapId = 0x10;
-    enum : quint8 {
-        kActivateDeviceReq = 0x01,
-        kGetActivationParamsReq = 0x03,
-        kSetJoinParamsReq = 0x05,
-        kGetJoinParamsReq = 0x07,
-        kJoinNwkReq = 0x09,
-        kTxJoinEvent = 0x0B,
-        kJoinNwkEvent = 0x0C,
-        kSendUDataReq = 0x0D,
-        kTxUDataEvent = 0x0F,
-        kRxUDataEvent = 0x10,
-        kSendCDataReq = 0x11,
-        kTxCDataEvent = 0x13,
-        kRxCDataEvent = 0x14,
-        kRxAckEvent = 0x15,
-        kRxNoDataEvent = 0x16,
-        kSetConfigReq = 0x19,
-        kGetConfigReq = 0x1B,
-        kReactivateDeviceReq = 0x1D,
-        kDeactivateReq = 0x21,
-        kFactoryResetReq = 0x23,
-        kSetDeviceEUIReq = 0x25,
-        kGetDeviceEUIReq = 0x27,
-        kGetNwkStatusReq = 0x29,
-        kSendMacCmdReq = 0x2B,
-        kRxMacCmdEvent = 0x2D,
-        kSetBatteryLevelReq = 0x2E,
-        kSetCustomConfigReq = 0x31,
-        kGetCustomConfigReq = 0x33,
-        kGetSupportedBandsReq = 0x35,
-        kSetTxPowerLimitConfigReq = 0x37,
-        kGetTxPowerLimitConfigReq = 0x39,
-        kSetLinkADRRequestConfigReq = 0x3B,
-        kGetLinkADRRequestConfigReq = 0x3D,
-        kLinkDisconnectEvent = 0x40,
-        kSetMulticastConfigReq = 0x41,
-        kGetMulticastConfigReq = 0x43,
-        kRemoveMulticastConfigReq = 0x45,
-        kRxMulticastDataEvent = 0x48,
-        kRxInvalidMulticastEvent = 0x4A,
-        kSetActiveRegionReq = 0x51,
-        kGetActiveRegionReq = 0x53,
-        kSetRegionConfigReq = 0x55,
-        kGetRegionConfigReq = 0x57,
-        kDevNonceResetEvent = 0x60,
-        kSetDevNonceReq = 0x61,
-        kGetDevNonceReq = 0x63,
-        kSetJoinNonceReq = 0x65,
-        kGetJoinNonceReq = 0x67,
-        kSendNetworkTimeReq = 0x71,
-        kNetworkTimeResponseEvent = 0x74,
-    };
     enum NetworkStatus : quint8 { Inactive = 0, ActiveABP = 1, ActiveOTAA = 2, Joining = 3 };
 
     static constexpr int kTxEventDelayMs = 20;    ///< request answered → radio packet sent
