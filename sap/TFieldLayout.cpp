@@ -104,8 +104,11 @@ bool ParseUnsigned(const QString& text, bool hexDefault, quint64 maximum, quint6
 bool ParseHexBytes(const QString& text, QByteArray& bytes)
 {
     QString t = text.trimmed();
-    if (t.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
-        t = t.mid(2);
+    // Each byte may carry its own prefix ("0x01 0x02 0x03"); a single digit after one is one byte.
+    static const QRegularExpression singleDigit(QStringLiteral("(?<=^|[\\s:,-])0[xX]([0-9A-Fa-f])(?![0-9A-Fa-f])"));
+    static const QRegularExpression prefix(QStringLiteral("(?<=^|[\\s:,-])0[xX]"));
+    t.replace(singleDigit, QStringLiteral("0\\1"));
+    t.remove(prefix);
     static const QRegularExpression separators(QStringLiteral("[\\s:,-]"));
     t.remove(separators);
     static const QRegularExpression hexOnly(QStringLiteral("^[0-9A-Fa-f]*$"));

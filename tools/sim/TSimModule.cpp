@@ -8,6 +8,10 @@
 #include "tools/sim/TSimStm32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
 #include "tools/sim/TSimLoRaWAN.h"
+#include "tools/sim/TSimDataLink.h"
+#include "tools/sim/TSimSensor.h"
+#include "tools/sim/TSimTrace.h"
+#include "tools/sim/TSimProductionSupport.h"
 
 TSimModule::TSimModule(QObject* parent)
     : QObject(parent)
@@ -20,6 +24,10 @@ TSimModule::TSimModule(QObject* parent)
     connect(m_bootloader.get(), &TSimStm32Bootloader::EvSend, m_pty, &TPseudoTerminal::Write);
     connect(m_bootloader.get(), &TSimStm32Bootloader::EvApplicationStarted, this, [this] { LeaveBootloader(); });
     AddService(std::make_unique<TSimDeviceMgmt>(*this));
+    AddService(std::make_unique<TSimDataLink>(*this));
+    AddService(std::make_unique<TSimSensor>(*this));
+    AddService(std::make_unique<TSimTrace>(*this));
+    AddService(std::make_unique<TSimProductionSupport>(*this));
     AddService(std::make_unique<TSimLoRaWAN>(*this));
     static_cast<TSimDeviceMgmt*>(Service(TSimDeviceMgmt::kSapId))->EnterBootloaderRequested = [this] { EnterBootloader(); };
 }

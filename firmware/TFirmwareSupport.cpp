@@ -1,0 +1,155 @@
+#include "firmware/TFirmwareSupport.h"
+
+#include <QFile>
+#include <QJsonDocument>
+
+#include "devices/TRadioController.h"
+
+namespace {
+bool SplitVersion(const QString& text, int& major, int& minor)
+{
+    QString v = text.trimmed();
+    if (v.isEmpty())
+        return false;
+    if (v.startsWith(QLatin1Char('V')) || v.startsWith(QLatin1Char('v')))
+        v = v.mid(1);
+    const QStringList parts = v.split(QLatin1Char('.'), Qt::SkipEmptyParts);
+    if (parts.size() != 2)
+        return false;
+    bool okMajor = false, okMinor = false;
+    major = parts[0].toInt(&okMajor);
+    minor = parts[1].toInt(&okMinor);
+    return okMajor && okMinor;
+}
+
+const char* const kOutdated =
+    "The firmware %3 in device %1 on %2 is outdated.\n\nThis Studio requires a firmware version %4 (or later)!\n\n"
+    "Please update the firmware (see Menu/File/Firmware Update)!\n";
+const char* const kOutdatedBuild =
+    "The firmware %3 in device %1 on %2 is outdated.\n\nThis Studio requires a firmware version %4 with buildcount %5 (or later)!\n\n"
+    "Please update the firmware (see Menu/File/Firmware Update)!\n";
+const char* const kIncompatible =
+    "The firmware \"%3\" in device %1 on %2 is incompatible.\n\nThis Studio requires a firmware version %4 (or later) of type %5...!\n\n"
+    "Please update the firmware (see Menu/File/Firmware Update)!\n";
+}
+
+TFirmwareSupport& TFirmwareSupport::Instance()
+{
+    static TFirmwareSupport* support = new TFirmwareSupport;
+    return *support;
+}
+
+bool TFirmwareSupport::Load(const QString& path, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QStringLiteral("error - couldn't open firmware versions file: ") + path;
+        return false;
+    }
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (!doc.isObject() || !doc.object().value(QStringLiteral("LoRaWAN_Versions")).isArray()) {
+        if (error)
+            *error = QStringLiteral("error - firmware versions file %1 is not valid: %2")
+                         .arg(path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"LoRaWAN_Versions\" array"));
+        return false;
+    }
+    m_versions = doc.object().value(QStringLiteral("LoRaWAN_Versions")).toArray();
+    return true;
+}
+
+bool TFirmwareSupport::NameMatches(const QString& n, const QString& d)
+{
+    return d == n || d.contains(n + QStringLiteral("_Beta")) || d.contains(n + QStringLiteral("_Test"))
+        || d.contains(n + QStringLiteral("_Debug")) || d.contains(QStringLiteral("Debug_") + n);
+}
+
+bool TFirmwareSupport::FindEntry(const QString& deviceFirmwareName, QJsonObject& entry) const
+{
+    for (const QJsonValue& value : m_versions) {
+        const QJsonObject object = value.toObject();
+        const QString name = object.value(QStringLiteral("FirmwareName")).toString();
+        if (!name.isEmpty() && NameMatches(name, deviceFirmwareName)) {
+            entry = object;
+            return true;
+        }
+    }
+    return false;
+}
+
+QJsonObject TFirmwareSupport::FirstEntry() const
+{
+    return m_versions.isEmpty() ? QJsonObject() : m_versions.first().toObject();
+}
+
+bool TFirmwareSupport::IsNewer(const QString& a, const QString& b)
+{
+    int aMajor = 0, aMinor = 0, bMajor = 0, bMinor = 0;
+    if (!SplitVersion(a, aMajor, aMinor) || !SplitVersion(b, bMajor, bMinor))
+        return false;
+    return aMajor > bMajor || (aMajor == bMajor && aMinor > bMinor);
+}
+
+bool TFirmwareSupport::IsGreaterBuildCount(const QString& a, const QString& b)
+{
+    return a.trimmed().toUInt() > b.trimmed().toUInt();
+}
+
+QString TFirmwareSupport::CheckDevice(const TKeyValueList& info) const
+{
+    const QString name = info.Value(QStringLiteral("FWName"));
+    const QString version = info.Value(QStringLiteral("FWVersion"));
+    const QString type = info.Value(QStringLiteral("DeviceType"));
+    const QString port = info.Value(QStringLiteral("Port"));
+    QJsonObject entry;
+    if (!FindEntry(name, entry)) {
+        const QJsonObject first = FirstEntry();
+        return QString::fromLatin1(kIncompatible)
+            .arg(type, port, name, first.value(QStringLiteral("Version")).toString(), first.value(QStringLiteral("FirmwareName")).toString());
+    }
+    const QString required = entry.value(QStringLiteral("Version")).toString();
+    if (IsNewer(required, version))
+        return QString::fromLatin1(kOutdated).arg(type, port, name, required);
+    const QString build = entry.value(QStringLiteral("BuildCount")).toString();
+    int major = 0, minor = 0;
+    const bool equal = SplitVersion(version, major, minor) && SplitVersion(required, major, minor) && !IsNewer(version, required);
+    if (equal && build != QLatin1String("*") && info.Contains(QStringLiteral("BuildCount"))
+        && IsGreaterBuildCount(build, info.Value(QStringLiteral("BuildCount"))))
+        return QString::fromLatin1(kOutdatedBuild).arg(type, port, name, required, build);
+    return QString();
+}
+
+bool TFirmwareSupport::AcceptsHCIBootloaderMsg(const TKeyValueList& info) const
+{
+    QJsonObject entry;
+    if (!FindEntry(info.Value(QStringLiteral("FWName")), entry))
+        return false;
+    const QString from = entry.value(QStringLiteral("HCIBootloaderMsg")).toString();
+    if (from == QLatin1String("*"))
+        return true;
+    // Accepted from that version on: the device's version must not be older.
+    return !IsNewer(from, info.Value(QStringLiteral("FWVersion")));
+}
+
+void TFirmwareSupport::RegisterPrototype(const QString& firmwareName, QObject* prototype)
+{
+    m_prototypes.insert(firmwareName, prototype);
+}
+
+TRadioController* TFirmwareSupport::CreateController(const TKeyValueList& deviceInfo) const
+{
+    QJsonObject entry;
+    if (FindEntry(deviceInfo.Value(QStringLiteral("FWName")), entry)) {
+        const QPointer<QObject> prototype = m_prototypes.value(entry.value(QStringLiteral("FirmwareName")).toString());
+        QObject* created = nullptr;
+        if (prototype
+            && QMetaObject::invokeMethod(prototype, "OnCreateInstance", Qt::DirectConnection, Q_RETURN_ARG(QObject*, created),
+                                         Q_ARG(TKeyValueList, deviceInfo))) {
+            if (auto* controller = qobject_cast<TRadioController*>(created))
+                return controller;
+            delete created;
+        }
+    }
+    return new TRadioController;
+}

@@ -1,0 +1,228 @@
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QtTest>
+
+#include "TestEnvironment.h"
+#include "tools/cli/TRegTable.h"
+#include "tools/sim/TSimDeviceMgmt.h"
+#include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimStm32Bootloader.h"
+
+namespace {
+struct Run {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+/// Runs the real binary while this process's event loop keeps the virtual modules answering.
+Run Cli(const QStringList& args, int timeoutMs = 20000)
+{
+    QProcess process;
+    process.setProgram(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"));
+    process.setArguments(args);
+    process.start();
+    QElapsedTimer timer;
+    timer.start();
+    while (process.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    Run run;
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished(1000);
+        run.err = QStringLiteral("timed out");
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+}
+
+class TestCli : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TSimModule> m_sim;
+
+private slots:
+    void init()
+    {
+        m_sim = std::make_unique<TSimModule>();
+        QVERIFY(m_sim->Open());
+    }
+    void cleanup() { m_sim.reset(); }
+
+    void exec_textAndJson()
+    {
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetDeviceInfo")});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QStringLiteral("DeviceType: Velto LR USB Stick\nDeviceAddress: 26011F3A\nDeviceID: 0042A1C7\n"));
+
+        run = Cli({QStringLiteral("--json"), QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetFirmwareInfo"), QStringLiteral("--port"), m_sim->PortName()});
+        QCOMPARE(run.exitCode, 0);
+        const QJsonArray pairs = QJsonDocument::fromJson(run.out.toUtf8()).array();
+        QVERIFY(!pairs.isEmpty());
+        QCOMPARE(pairs.at(0).toArray(), (QJsonArray{QStringLiteral("FWVersion"), QStringLiteral("V2.4")}));
+        QVERIFY(pairs.contains(QJsonArray{QStringLiteral("FWName"), QStringLiteral("Velto_LoRaWAN")}));
+
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"),
+                   QStringLiteral("DateTime=2031-02-03 04:05:06")});
+        QCOMPARE(run.exitCode, 0);
+        // Opening a module sets its clock (as the studio does), so the set time is checked on the module itself.
+        const QDateTime moduleTime = static_cast<TSimDeviceMgmt*>(m_sim->Service(TSimDeviceMgmt::kSapId))->Now();
+        QVERIFY2(qAbs(moduleTime.secsTo(QDateTime(QDate(2031, 2, 3), QTime(4, 5, 6)))) < 5, qPrintable(moduleTime.toString()));
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY2(run.out.startsWith(QStringLiteral("DateTime: ") + QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"))), qPrintable(run.out));
+    }
+
+    void exec_failuresAndExitCodes()
+    {
+        m_sim->ForceStatus(0x01, 0x0F, 0x03);
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err, QStringLiteral("DeviceMgmt/GetRTC: wrong parameter\n"));
+        QVERIFY(run.out.isEmpty());
+        m_sim->ClearForcedStatus();
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/Fly")});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err, QStringLiteral("DeviceMgmt/Fly: error - command not found : Fly\n"));
+
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("Nope/Fly")});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err, QStringLiteral("Nope/Fly: error - SAP not known: Nope/Fly\n"));
+
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("DeviceMgmt/GetRTC")});
+        QCOMPARE(run.exitCode, 3);
+        QVERIFY(run.err.startsWith(QStringLiteral("error - ")));
+
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY(run.err.contains(QStringLiteral("\"DateTime\" is not Key=Value")));
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("GetRTC")});
+        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetRTC")});
+        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("fly")});
+        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--baud"), QStringLiteral("1234"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("--version")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY(run.out.startsWith(QStringLiteral("tessera-cli ")));
+    }
+
+    void noModule_exit3()
+    {
+        m_sim->SetFault(TSimModule::FaultNoAnswer);
+        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")}, 60000);
+        QCOMPARE(run.exitCode, 3);
+        QVERIFY2(run.err.startsWith(QStringLiteral("error - no module answers on ")), qPrintable(run.err));
+    }
+
+    void monitor_printsEvents()
+    {
+        QTimer::singleShot(1500, this, [this] { m_sim->SendPowerUpEvent(); });
+        Run run = Cli({QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("3")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY2(run.out.startsWith(QStringLiteral("HostTime: ")), qPrintable(run.out));
+        QVERIFY2(run.out.contains(QStringLiteral("; Port: ") + m_sim->PortName() + QStringLiteral("; EvType: Power-Up Event; FWVersion: V2.4;")), qPrintable(run.out));
+        QCOMPARE(run.out.count(QLatin1Char('\n')), 1);
+    }
+
+    void discover_findsTwoModules()
+    {
+        TSimModule second;
+        second.Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        QVERIFY(second.Open());
+        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--port"), second.PortName(),
+                             QStringLiteral("--seconds"), QStringLiteral("1")});
+        QCOMPARE(run.exitCode, 0);
+        const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines.at(0).startsWith(QStringLiteral("Port: ") + m_sim->PortName() + QStringLiteral("; Baudrate: ")));
+        QVERIFY(lines.at(1).contains(QStringLiteral("FWName: Caravel_LoRaWAN")));
+    }
+
+    void commands_listEveryService()
+    {
+        const Run run = Cli({QStringLiteral("commands")});
+        QCOMPARE(run.exitCode, 0);
+        const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QVERIFY(lines.contains(QStringLiteral("DeviceMgmt/GetDeviceInfo\tGet Device Info")));
+        QVERIFY(lines.contains(QStringLiteral("LoRaWAN/GetDevNonce\tGet DevNonce")));
+        for (const char* prefix : {"DataLink/", "PTS/", "SensorApp/"})
+            QVERIFY2(!lines.filter(QRegularExpression(QStringLiteral("^") + QLatin1String(prefix))).isEmpty(), prefix);
+    }
+
+    void flash_viaHciThenTheNewFirmwareAnswers()
+    {
+        QTemporaryDir dir;
+        QByteArray image(3000, 0);
+        for (int i = 0; i < image.size(); ++i)
+            image[i] = char(i * 7);
+        const QByteArray tag("VELTOFW:Velto_LoRaWAN;3.1;140");
+        image.replace(512, tag.size() + 1, tag + '\0');
+        const QString bin = dir.filePath(QStringLiteral("fw.bin"));
+        QFile binFile(bin);
+        QVERIFY(binFile.open(QIODevice::WriteOnly));
+        binFile.write(image);
+        binFile.close();
+        const QString hexPath = dir.filePath(QStringLiteral("Velto_LoRaWAN_V3.1.hex"));
+        QProcess srec;
+        srec.start(QStringLiteral("srec_cat"), {bin, QStringLiteral("-binary"), QStringLiteral("-offset"), QStringLiteral("0x08000000"),
+                                                QStringLiteral("-o"), hexPath, QStringLiteral("-intel")});
+        if (!srec.waitForFinished(10000) || srec.exitCode() != 0)
+            QSKIP("srec_cat is not available");
+
+        Run run = Cli({QStringLiteral("hex"), hexPath});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QStringLiteral("Valid: yes\nLowest: 0x00000000\nHighest: 0x00000BB7\nBase: 0x08000000\n"));
+        QCOMPARE(Cli({QStringLiteral("hex"), dir.filePath(QStringLiteral("missing.hex"))}).exitCode, 1);
+
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath,
+                   QStringLiteral("--via-hci"), QStringLiteral("--verify")}, 60000);
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QStringLiteral("Success\n"));
+        QCOMPARE(m_sim->Bootloader().Flash().left(image.size()), image);
+        QVERIFY(!m_sim->InBootloader());
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetFirmwareInfo")});
+        QVERIFY2(run.out.startsWith(QStringLiteral("FWVersion: V3.1\nBuildCount: 140\n")), qPrintable(run.out));
+
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), dir.filePath(QStringLiteral("none.hex"))});
+        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath, QStringLiteral("--pins"), QStringLiteral("up")});
+        QCOMPARE(run.exitCode, 2);
+    }
+
+    void regtable_againstTheDataSheets()
+    {
+        const TRegTable sx1276(TRegTable::SX1276);
+        QCOMPARE(sx1276.Frequency(868.1e6).value, quint32(0xD90666));
+        QCOMPARE(sx1276.Frequency(915e6).value, quint32(0xE4C000));
+        QCOMPARE(sx1276.Frequency(433.175e6).value, quint32(0x6C4B33));
+        QVERIFY(!sx1276.Frequency(100e6).error.isEmpty());
+        // 4800 b/s: 32 MHz / 4800 = 6666.67 -> 0x1A0A with fraction 11/16.
+        const TRegTable::Entry rate = sx1276.BitRate(4800);
+        QCOMPARE(rate.value, quint32(0x1A0A0B));
+        QVERIFY(qAbs(rate.reached - 4800.0) < 0.1);
+        QCOMPARE(sx1276.FrequencyDeviation(5000).value, quint32(0x52));   // 5000 / 61.035 = 81.9
+        QCOMPARE(sx1276.RxBandwidth(10400).value, quint32(0x15));          // mantissa 24, exponent 5: 10.4 kHz
+        QCOMPARE(TRegTable(TRegTable::SX1280).Frequency(2.4e9).value, quint32(0xB89D8A));
+
+        const Run run = Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("sx1276"), QStringLiteral("--freq"),
+                             QStringLiteral("868100000"), QStringLiteral("--freq"), QStringLiteral("868300000")});
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY(run.out.contains(QStringLiteral("static const uint8_t SX1276_Frequency[2][3] = {")));
+        QVERIFY(run.out.contains(QStringLiteral("{ 0xD9, 0x06, 0x66 }, /* 868100000 Hz -> 868099975.586 Hz */")));
+        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX9999"), QStringLiteral("--freq"), QStringLiteral("1")}).exitCode, 2);
+        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("abc")}).exitCode, 2);
+        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("2e9")}).exitCode, 1);
+    }
+};
+
+TESSERA_TEST_MAIN(TestCli)
+#include "tst_cli.moc"

@@ -1,0 +1,162 @@
+#include <QSignalSpy>
+#include <QtTest>
+
+#include "TestEnvironment.h"
+#include "devices/TControllerPrototypes.h"
+#include "devices/TExtLoRaWANEndNode.h"
+#include "devices/TLoRaWANEndNode.h"
+#include "status/TStatusLog.h"
+#include "tools/sim/TSimModule.h"
+
+namespace {
+QStringList Texts(const QSignalSpy& lines)
+{
+    QStringList texts;
+    for (const auto& args : lines)
+        texts << args.at(0).toString().section(QLatin1Char(';'), 2);
+    return texts;
+}
+}
+
+class TestController : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TSimModule> m_sim;
+
+private slots:
+    void initTestCase()
+    {
+        TVeltoLRHCI::SetDefaultResponseTimeout(300);
+        TControllerPrototypes::RegisterAll();
+    }
+    void init()
+    {
+        m_sim = std::make_unique<TSimModule>();
+        QVERIFY(m_sim->Open());
+    }
+    void cleanup() { m_sim.reset(); }
+
+    void probe_readsTheDeviceInformation()
+    {
+        TRadioController probe;
+        QVERIFY(probe.ProbeOpen(m_sim->PortName()));
+        QVERIFY(!probe.Link()->IsOpen());
+        const TKeyValueList& info = probe.DeviceInfo();
+        // A new probe starts at the first supported rate; a pseudo-terminal answers at any rate.
+        QCOMPARE(info.at(0), qMakePair(QStringLiteral("Baudrate"), QStringLiteral("9600 bps")));
+        QCOMPARE(info.Value("Port"), m_sim->PortName());
+        QCOMPARE(info.Value("FWName"), QStringLiteral("Velto_LoRaWAN"));
+        QCOMPARE(info.Value("FWVersion"), QStringLiteral("V2.4"));
+        QCOMPARE(info.Value("DeviceAddress"), QStringLiteral("26011F3A"));
+
+        TRadioController nothing;
+        QVERIFY(!nothing.ProbeOpen(QStringLiteral("/dev/tessera-no-such-port")));
+        QVERIFY(nothing.RetryOutstanding());
+        TRadioController linkless;
+        QVERIFY(!linkless.RetryOutstanding());
+    }
+
+    void execute_errorTexts_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("no slash") << "DeviceMgmt" << "error - Cmd missing or incomplete: DeviceMgmt";
+        QTest::newRow("no service") << "/GetRTC" << "error - SAP missing: /GetRTC";
+        QTest::newRow("unknown service") << "Nope/GetRTC" << "error - SAP not known: Nope/GetRTC";
+        QTest::newRow("LoRaWAN on a plain controller") << "LoRaWAN/GetDevNonce" << "error - SAP not known: LoRaWAN/GetDevNonce";
+        QTest::newRow("no command") << "DeviceMgmt/" << "error - command missing:DeviceMgmt/";
+        QTest::newRow("unknown command") << "DeviceMgmt/Fly" << "error - command not found : Fly";
+    }
+    void execute_errorTexts()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, error);
+        TRadioController controller;
+        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+        TKeyValueList result;
+        QVERIFY(!controller.Execute(command, result));
+        QCOMPARE(controller.LastError(), error);
+        QVERIFY(result.isEmpty());
+        const QStringList texts = Texts(lines);
+        QCOMPARE(texts.first(), QString(160, QLatin1Char('-')));
+        QVERIFY2(texts.last().endsWith(error), qPrintable(texts.last()));
+    }
+
+    void execute_successAndStatusTexts()
+    {
+        TLoRaWANEndNode node;
+        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QCOMPARE(node.DisplayName(), m_sim->PortName() + QStringLiteral(":LoRaWANEndNode"));
+        QVERIFY(node.HasFeature(QStringLiteral("LoRaWANDeviceMgmt")));
+        QCOMPARE(node.SAPNames(), (QStringList{"DeviceMgmt", "LoRaWAN", "PTS", "SensorApp", "VTTrace"}));
+
+        QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+        TKeyValueList result;
+        QVERIFY(node.Execute(QStringLiteral("DeviceMgmt/GetDeviceInfo"), result));
+        QCOMPARE(result.Value("DeviceID"), QStringLiteral("0042A1C7"));
+        const QString source = node.DisplayName() + QStringLiteral(":DeviceMgmt:");
+        QStringList texts = Texts(lines);
+        QVERIFY(texts.contains(source + QStringLiteral("Command:Get Device Info")));
+        QVERIFY(texts.contains(source + QStringLiteral("Result: OK")));
+
+        lines.clear();
+        QVERIFY(node.Execute(QStringLiteral("DeviceMgmt/ResetDevice")));
+        texts = Texts(lines);
+        QCOMPARE(texts.last(), source + QStringLiteral("Result: OK"));
+
+        m_sim->ForceStatus(0x01, 0x03, 0x03);
+        result.clear();
+        QVERIFY(!node.Execute(QStringLiteral("DeviceMgmt/GetDeviceInfo"), result));
+        QCOMPARE(node.LastError(), QStringLiteral("wrong parameter"));
+        QCOMPARE(Texts(lines).last(), source + QStringLiteral("Result: ERROR - wrong parameter"));
+        QVERIFY(result.isEmpty());
+    }
+
+    void execute_parametersReachTheService()
+    {
+        TLoRaWANEndNode node;
+        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        TKeyValueList params;
+        params.Append(QStringLiteral("DateTime"), QStringLiteral("2030-06-15 08:09:10"));
+        QVERIFY2(node.Execute(QStringLiteral("DeviceMgmt/SetRTC"), qAsConst(params)), qPrintable(node.LastError()));
+        TKeyValueList unused;
+        QVERIFY(!node.ExecuteAny(QStringLiteral("DeviceMgmt/ResetDevice"), params, unused));
+        QCOMPARE(node.LastError(), QStringLiteral("error - DeviceMgmt/ResetDevice takes no parameters"));
+        TKeyValueList result;
+        QVERIFY(node.Execute(QStringLiteral("DeviceMgmt/GetRTC"), result));
+        QVERIFY2(result.Value("DateTime").startsWith(QStringLiteral("2030-06-15 08:09:1")), qPrintable(result.Value("DateTime")));
+    }
+
+    void extendedNode_addsDataLink()
+    {
+        m_sim->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        TExtLoRaWANEndNode node;
+        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QCOMPARE(node.Features(), (QStringList{"LoRaWANDeviceMgmt", "OspreyDeviceMgmt", "DualRadioStack"}));
+        QVERIFY(node.SAP(QStringLiteral("DataLink")));
+        QVERIFY(node.ReadDeviceInfo());
+        QCOMPARE(node.DeviceInfo().Value("FWName"), QStringLiteral("Caravel_LoRaWAN"));
+    }
+
+    void close_keepsOrDropsTheLink()
+    {
+        TRadioController controller;
+        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("57600")));
+        controller.SetPresence(1);
+        controller.Close(false);
+        QVERIFY(controller.Link());
+        QVERIFY(!controller.Link()->IsOpen());
+        QCOMPARE(controller.Presence(), 3);
+        controller.Close(true);
+        QVERIFY(!controller.Link());
+        TKeyValueList result;
+        QVERIFY(!controller.Execute(QStringLiteral("DeviceMgmt/GetDeviceInfo"), result));
+        QCOMPARE(controller.LastError(), QStringLiteral("no radio interface"));
+        QVERIFY(!controller.ReadDeviceInfo());
+    }
+};
+
+TESSERA_TEST_MAIN(TestController)
+#include "tst_controller.moc"
