@@ -8,15 +8,22 @@ class TConfigInstaller : public QObject
 {
     Q_OBJECT
 public:
+    using QObject::QObject;
+
     /// Every "Velto_LoRaWAN_Config*.json" in the program's directory and "Velto_LoRaWAN_Tessera.ini".
     static QStringList ShippedFiles(const QString& programDirectory);
-    /// "FileVersion" of a .json file, group "FileVersion" key "Version" of an .ini file; "default" when missing.
+    /// "FileVersion" of a .json file, group "FileVersion" key "Version" of an .ini file; "default" when missing or unreadable.
     QString FileVersion(const QString& path);
     /// True when version a is later than b, compared part by part as integers; any number is later than "default".
     static bool IsNewer(const QString& a, const QString& b);
 
-    void Install(const QString& programDirectory, const QStringList& fileNames, const QString& dataDirectory);
+    /// Installs `fileNames` from `programDirectory` into `dataDirectory` (empty: the settings store's data directory).
+    /// False when a step failed; every step and failure is told through EvShowMessage.
+    bool Install(const QString& programDirectory, const QStringList& fileNames, const QString& dataDirectory = QString());
 
 signals:
     void EvShowMessage(const QString& text);
+
+private:
+    bool CopyIn(const QString& source, const QString& target);
 };

@@ -9,27 +9,30 @@ struct KeyDefault {
     const char* key;
     const char* defaultValue;
 };
-// group             key                            default
+
+// Keys with a fixed default. "LoRaWANConfig"/"Configuration" depends on the data directory and the
+// "ComPorts" lists start empty, so neither is listed here.
+// group                key                             default
 const KeyDefault kDefaults[] = {
-    {"GUI", "StatusBoxLocation", "2"},
-    {"GUI", "MainTheme", "Manhattan"},
-    {"HCI-Parameter", "NumWakeupChars", "50"},
-    {"GatewaySupport", "ServerPort", "51000"},
-    {"GatewaySupport", "GatewayPort", "51000"},
-    {"GatewaySupport", "ServerSupport", "no"},
-    {"Special", "BonjourSupport", "no"},
-    {"Logfile", "ShowISOFormat", "yes"},
-    {"Logfile", "ShowLines", "yes"},
-    {"Logfile", "ShowUnits", "yes"},
-    {"Logfile", "ShowSingleLineKVList", "yes"},
-    {"Logfile", "ShowHREvents", "yes"},
-    {"Special", "DeveloperPWD", ""},
-    {"Special", "ApprovalTest", "no"},
-    {"Special", "SensorApp", "no"},
-    {"DeviceConfig", "Configuration", ":/Config/DeviceConfig.json"},
-    {"FirmwareVersions", "Configuration", ":/Config/FirmwareVersions.json"},
-    {"FirmwareSupport", "FirmwareCompatibilityCheck", "yes"},
-    {"Formats", "ISOFormat", "yes"},
+    {"GUI",              "StatusBoxLocation",           "2"},
+    {"GUI",              "MainTheme",                   "Manhattan"},
+    {"HCI-Parameter",    "NumWakeupChars",              "50"},
+    {"GatewaySupport",   "ServerPort",                  "51000"},
+    {"GatewaySupport",   "GatewayPort",                 "51000"},
+    {"GatewaySupport",   "ServerSupport",               "no"},
+    {"Special",          "BonjourSupport",              "no"},
+    {"Logfile",          "ShowISOFormat",               "yes"},
+    {"Logfile",          "ShowLines",                   "yes"},
+    {"Logfile",          "ShowUnits",                   "yes"},
+    {"Logfile",          "ShowSingleLineKVList",        "yes"},
+    {"Logfile",          "ShowHREvents",                "yes"},
+    {"Special",          "DeveloperPWD",                ""},
+    {"Special",          "ApprovalTest",                "no"},
+    {"Special",          "SensorApp",                   "no"},
+    {"DeviceConfig",     "Configuration",               ":/Config/DeviceConfig.json"},
+    {"FirmwareVersions", "Configuration",               ":/Config/FirmwareVersions.json"},
+    {"FirmwareSupport",  "FirmwareCompatibilityCheck",  "yes"},
+    {"Formats",          "ISOFormat",                   "yes"},
 };
 
 QString Default(const char* group, const char* key)
@@ -38,6 +41,12 @@ QString Default(const char* group, const char* key)
         if (qstrcmp(row.group, group) == 0 && qstrcmp(row.key, key) == 0)
             return QString::fromLatin1(row.defaultValue);
     return QString();
+}
+
+// A hand-edited value holding commas parses as a list; as text it is what was written.
+QString AsText(const QVariant& value)
+{
+    return value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
 }
 }
 
@@ -62,7 +71,7 @@ void TSettings::ReloadLocations()
     m_docDir = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     m_settingsFile = m_dataDir + name + QStringLiteral(".ini");
     m_endDeviceFile = m_dataDir + name + QStringLiteral("_EndDevices.json");
-    m_isoFormat = TextToBool(ReadValue(QStringLiteral("Formats"), QStringLiteral("ISOFormat"), Default("Formats", "ISOFormat")));
+    m_isoFormat = TableBool("Formats", "ISOFormat");
 }
 
 bool TSettings::TextToBool(const QString& text)
@@ -77,10 +86,7 @@ QString TSettings::ReadValue(const QString& group, const QString& key, const QSt
     file.beginGroup(group);
     const QVariant value = file.value(key);
     file.endGroup();
-    if (!value.isValid())
-        return defaultValue;
-    // A value holding commas comes back as a list; as text it is what was written.
-    return value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString();
+    return value.isValid() ? AsText(value) : defaultValue;
 }
 
 void TSettings::WriteValue(const QString& group, const QString& key, const QString& value)
@@ -88,8 +94,7 @@ void TSettings::WriteValue(const QString& group, const QString& key, const QStri
     QSettings file(m_settingsFile, QSettings::IniFormat);
     file.beginGroup(group);
     file.setValue(key, value);
-    file.endGroup();
-    file.sync();
+    FinishWrite(file);
 }
 
 QStringList TSettings::ReadList(const QString& group, const QString& key) const
@@ -98,21 +103,20 @@ QStringList TSettings::ReadList(const QString& group, const QString& key) const
     file.beginGroup(group);
     const QVariant value = file.value(key);
     file.endGroup();
-    if (!value.isValid())
-        return {};
-    QStringList list = value.toStringList();
-    list.removeAll(QString());
-    return list;
+    // On disk an empty list is "@Invalid()" (no value), one element is plain text, more are a list.
+    if (value.type() == QVariant::StringList)
+        return value.toStringList();
+    const QString text = value.toString();
+    return text.isEmpty() ? QStringList() : QStringList{text};
 }
 
 void TSettings::WriteList(const QString& group, const QString& key, const QStringList& list)
 {
     QSettings file(m_settingsFile, QSettings::IniFormat);
     file.beginGroup(group);
-    // Stored always as a list so that one entry and many read back the same way.
-    file.setValue(key, QVariant(list.isEmpty() ? QStringList{QString()} : list));
-    file.endGroup();
-    file.sync();
+    // A lone empty text would be stored as an empty value, which reads back as no list at all.
+    file.setValue(key, list == QStringList{QString()} ? QStringList() : list);
+    FinishWrite(file);
 }
 
 void TSettings::AddToList(const QString& group, const QString& key, const QString& value)
@@ -137,10 +141,8 @@ TKeyValueList TSettings::ReadGroup(const QString& group) const
     file.beginGroup(group);
     TKeyValueList items;
     const QStringList keys = file.childKeys();
-    for (const QString& key : keys) {
-        const QVariant value = file.value(key);
-        items.Append(key, value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(',')) : value.toString());
-    }
+    for (const QString& key : keys)
+        items.Append(key, AsText(file.value(key)));
     file.endGroup();
     return items;
 }
@@ -151,8 +153,16 @@ void TSettings::WriteGroup(const QString& group, const TKeyValueList& items)
     file.beginGroup(group);
     for (const auto& item : items)
         file.setValue(item.first, item.second);
+    FinishWrite(file);
+}
+
+void TSettings::FinishWrite(QSettings& file)
+{
     file.endGroup();
     file.sync();
+    m_errorText = file.status() == QSettings::NoError
+                      ? QString()
+                      : QStringLiteral("error - couldn't write settings file: ") + m_settingsFile;
 }
 
 bool TSettings::ReadBool(const QString& group, const QString& key, bool defaultValue) const
@@ -165,9 +175,26 @@ void TSettings::WriteBool(const QString& group, const QString& key, bool value)
     WriteValue(group, key, BoolToText(value));
 }
 
+QString TSettings::TableValue(const char* group, const char* key) const
+{
+    return ReadValue(QString::fromLatin1(group), QString::fromLatin1(key), Default(group, key));
+}
+
+bool TSettings::TableBool(const char* group, const char* key) const
+{
+    return TextToBool(TableValue(group, key));
+}
+
+int TSettings::TableInt(const char* group, const char* key) const
+{
+    bool ok = false;
+    const int value = TableValue(group, key).trimmed().toInt(&ok);
+    return ok ? value : Default(group, key).toInt();
+}
+
 int TSettings::StatusBoxLocation() const
 {
-    return ReadValue(QStringLiteral("GUI"), QStringLiteral("StatusBoxLocation"), Default("GUI", "StatusBoxLocation")).toInt();
+    return TableInt("GUI", "StatusBoxLocation");
 }
 
 void TSettings::SetStatusBoxLocation(int area)
@@ -177,7 +204,7 @@ void TSettings::SetStatusBoxLocation(int area)
 
 QString TSettings::MainTheme() const
 {
-    return ReadValue(QStringLiteral("GUI"), QStringLiteral("MainTheme"), Default("GUI", "MainTheme"));
+    return TableValue("GUI", "MainTheme");
 }
 
 void TSettings::SetMainTheme(const QString& theme)
@@ -187,17 +214,17 @@ void TSettings::SetMainTheme(const QString& theme)
 
 int TSettings::NumWakeupChars() const
 {
-    return ReadValue(QStringLiteral("HCI-Parameter"), QStringLiteral("NumWakeupChars"), Default("HCI-Parameter", "NumWakeupChars")).toInt();
+    return TableInt("HCI-Parameter", "NumWakeupChars");
 }
 
 int TSettings::ServerPort() const
 {
-    return ReadValue(QStringLiteral("GatewaySupport"), QStringLiteral("ServerPort"), Default("GatewaySupport", "ServerPort")).toInt();
+    return TableInt("GatewaySupport", "ServerPort");
 }
 
 int TSettings::GatewayPort() const
 {
-    return ReadValue(QStringLiteral("GatewaySupport"), QStringLiteral("GatewayPort"), Default("GatewaySupport", "GatewayPort")).toInt();
+    return TableInt("GatewaySupport", "GatewayPort");
 }
 
 void TSettings::SetGatewayPort(int port)
@@ -207,28 +234,27 @@ void TSettings::SetGatewayPort(int port)
 
 bool TSettings::ServerSupport() const
 {
-    return TextToBool(ReadValue(QStringLiteral("GatewaySupport"), QStringLiteral("ServerSupport"), Default("GatewaySupport", "ServerSupport")));
+    return TableBool("GatewaySupport", "ServerSupport");
 }
 
 bool TSettings::BonjourSupport() const
 {
-    return TextToBool(ReadValue(QStringLiteral("Special"), QStringLiteral("BonjourSupport"), Default("Special", "BonjourSupport")));
+    return TableBool("Special", "BonjourSupport");
 }
 
 bool TSettings::ApprovalTest() const
 {
-    return TextToBool(ReadValue(QStringLiteral("Special"), QStringLiteral("ApprovalTest"), Default("Special", "ApprovalTest")));
+    return TableBool("Special", "ApprovalTest");
 }
 
 bool TSettings::SensorApp() const
 {
-    return TextToBool(ReadValue(QStringLiteral("Special"), QStringLiteral("SensorApp"), Default("Special", "SensorApp")));
+    return TableBool("Special", "SensorApp");
 }
 
 bool TSettings::FirmwareCompatibilityCheck() const
 {
-    return TextToBool(ReadValue(QStringLiteral("FirmwareSupport"), QStringLiteral("FirmwareCompatibilityCheck"),
-                                Default("FirmwareSupport", "FirmwareCompatibilityCheck")));
+    return TableBool("FirmwareSupport", "FirmwareCompatibilityCheck");
 }
 
 void TSettings::SetFirmwareCompatibilityCheck(bool on)
@@ -243,12 +269,12 @@ QString TSettings::LoRaWANConfigPath() const
 
 QString TSettings::DeviceConfigPath() const
 {
-    return ReadValue(QStringLiteral("DeviceConfig"), QStringLiteral("Configuration"), Default("DeviceConfig", "Configuration"));
+    return TableValue("DeviceConfig", "Configuration");
 }
 
 QString TSettings::FirmwareVersionsPath() const
 {
-    return ReadValue(QStringLiteral("FirmwareVersions"), QStringLiteral("Configuration"), Default("FirmwareVersions", "Configuration"));
+    return TableValue("FirmwareVersions", "Configuration");
 }
 
 void TSettings::SetIsoFormat(bool on)
@@ -259,23 +285,21 @@ void TSettings::SetIsoFormat(bool on)
 
 void TSettings::LoadSpecialSwitches(const QString& accessCode)
 {
-    auto flag = [this](const char* group, const char* key) {
-        return TextToBool(ReadValue(QString::fromLatin1(group), QString::fromLatin1(key), Default(group, key)));
-    };
-    m_showIsoFormat = flag("Logfile", "ShowISOFormat");
-    m_showLines = flag("Logfile", "ShowLines");
-    m_showUnits = flag("Logfile", "ShowUnits");
-    m_showSingleLineKVList = flag("Logfile", "ShowSingleLineKVList");
-    m_showHREvents = flag("Logfile", "ShowHREvents");
-    m_isoFormat = flag("Formats", "ISOFormat");
+    m_showIsoFormat = TableBool("Logfile", "ShowISOFormat");
+    m_showLines = TableBool("Logfile", "ShowLines");
+    m_showUnits = TableBool("Logfile", "ShowUnits");
+    m_showSingleLineKVList = TableBool("Logfile", "ShowSingleLineKVList");
+    m_showHREvents = TableBool("Logfile", "ShowHREvents");
+    m_isoFormat = TableBool("Formats", "ISOFormat");
 
     m_specialFeatures.clear();
-    const QString password = ReadValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD"));
+    // An empty password never opens developer mode, whatever code the caller holds.
+    const QString password = TableValue("Special", "DeveloperPWD");
     m_developerMode = !password.isEmpty() && password == accessCode;
     if (m_developerMode)
         m_specialFeatures << QStringLiteral("DeveloperMode");
-    if (flag("Special", "ApprovalTest"))
+    if (TableBool("Special", "ApprovalTest"))
         m_specialFeatures << QStringLiteral("ApprovalTest");
-    if (flag("Special", "SensorApp"))
+    if (TableBool("Special", "SensorApp"))
         m_specialFeatures << QStringLiteral("SensorApp");
 }

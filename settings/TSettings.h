@@ -4,6 +4,8 @@
 
 #include "sap/TKeyValueList.h"
 
+class QSettings;
+
 /// The per-user settings store. Every read and write opens and closes the INI file, so the file is
 /// current after each write. One instance per process (Instance()).
 class TSettings
@@ -22,6 +24,7 @@ public:
     // Raw access.
     QString ReadValue(const QString& group, const QString& key, const QString& defaultValue = QString()) const;
     void WriteValue(const QString& group, const QString& key, const QString& value);
+    /// Empty, one-element and longer lists read back as written (a list of one empty text reads back empty).
     QStringList ReadList(const QString& group, const QString& key) const;
     void WriteList(const QString& group, const QString& key, const QStringList& list);
     /// Removes every copy of `value`, then puts it first.
@@ -75,14 +78,23 @@ public:
 
     /// Re-computes the locations from the current environment (tests change HOME / XDG variables).
     void ReloadLocations();
+    /// Why the last write did not reach the file ("error - ..."); empty after a successful write.
+    QString ErrorText() const { return m_errorText; }
 
 private:
     TSettings();
+    /// Reads a key of the default table as text, as boolean, or as a number (a non-number gives the default).
+    QString TableValue(const char* group, const char* key) const;
+    bool TableBool(const char* group, const char* key) const;
+    int TableInt(const char* group, const char* key) const;
+    /// Leaves the group, writes the file through and records whether that worked.
+    void FinishWrite(QSettings& file);
 
     QString m_dataDir;
     QString m_docDir;
     QString m_settingsFile;
     QString m_endDeviceFile;
+    QString m_errorText;
     bool m_developerMode = false;
     QStringList m_specialFeatures;
     bool m_isoFormat = true;

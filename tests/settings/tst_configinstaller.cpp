@@ -3,6 +3,7 @@
 
 #include "TestEnvironment.h"
 #include "settings/TConfigInstaller.h"
+#include "settings/TSettings.h"
 
 namespace {
 void Write(const QString& path, const QByteArray& content)
@@ -16,11 +17,12 @@ QByteArray Read(const QString& path)
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-QStringList Messages(const QSignalSpy& spy)
+QStringList Messages(QSignalSpy& spy)
 {
     QStringList texts;
     for (const auto& args : spy)
         texts << args.at(0).toString();
+    spy.clear();
     return texts;
 }
 }
@@ -35,10 +37,12 @@ private slots:
         QTest::addColumn<QString>("b");
         QTest::addColumn<bool>("newer");
         QTest::newRow("minor") << "0.2" << "0.1" << true;
-        QTest::newRow("numeric parts") << "0.10" << "0.9" << true;
+        QTest::newRow("parts are numbers, not text") << "0.10" << "0.9" << true;
         QTest::newRow("equal") << "1.2" << "1.2" << false;
+        QTest::newRow("missing part is 0") << "1.2.0" << "1.2" << false;
         QTest::newRow("extra part") << "1.2.1" << "1.2" << true;
         QTest::newRow("older") << "1.1" << "1.2" << false;
+        QTest::newRow("major wins") << "2.0" << "1.99" << true;
         QTest::newRow("number beats default") << "0.1" << "default" << true;
         QTest::newRow("default never newer") << "default" << "0.1" << false;
         QTest::newRow("default vs default") << "default" << "default" << false;
@@ -51,59 +55,159 @@ private slots:
         QCOMPARE(TConfigInstaller::IsNewer(a, b), newer);
     }
 
-    void install_copyReplaceKeepOld()
+    void fileVersion_byExtension_data()
     {
-        QTemporaryDir program, user;
-        const QString data = user.filePath(QStringLiteral("Haldor/Velto_LoRaWAN_Tessera/"));
-        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Config.json")), "{\"FileVersion\":\"0.2\",\"x\":1}");
-        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Config_US.json")), "{\"FileVersion\":\"0.1\"}");
-        Write(program.filePath(QStringLiteral("Other.json")), "{}");
-        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Tessera.ini")), "[FileVersion]\nVersion=1.1\n");
-        const QStringList files = TConfigInstaller::ShippedFiles(program.path());
-        QCOMPARE(files, (QStringList{"Velto_LoRaWAN_Config.json", "Velto_LoRaWAN_Config_US.json", "Velto_LoRaWAN_Tessera.ini"}));
-
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("message");   // %1 = the file's path
+        QTest::newRow("json text") << "a.json" << QByteArray("{\"FileVersion\":\"1.4.2\",\"x\":[]}") << "1.4.2" << "";
+        QTest::newRow("json number") << "a.json" << QByteArray("{\"FileVersion\": 3}") << "3" << "";
+        QTest::newRow("json without version") << "a.json" << QByteArray("{\"a\":1}") << "default" << "";
+        QTest::newRow("json nested version only") << "a.json" << QByteArray("{\"a\":{\"FileVersion\":\"9\"}}") << "default" << "";
+        QTest::newRow("json broken") << "a.json" << QByteArray("{ \"FileVersion\": ") << "default"
+                                     << "warning - %1 is not a JSON object (unterminated object): its version reads as default";
+        QTest::newRow("json array") << "a.json" << QByteArray("[1]") << "default"
+                                    << "warning - %1 is not a JSON object (no object): its version reads as default";
+        QTest::newRow("ini") << "a.ini" << QByteArray("[GUI]\nMainTheme=Berlin\n[FileVersion]\nVersion=0.7\n") << "0.7" << "";
+        QTest::newRow("ini version elsewhere") << "a.ini" << QByteArray("[Other]\nVersion=9\n") << "default" << "";
+        QTest::newRow("other extension") << "a.txt" << QByteArray("{\"FileVersion\":\"1\"}") << "default" << "";
+    }
+    void fileVersion_byExtension()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, version);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(name);
+        Write(path, content);
         TConfigInstaller installer;
         QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
-        installer.Install(program.path(), files, data);
-        QCOMPARE(Messages(messages).first(), QStringLiteral("creating directory:") + data);
-        QVERIFY(Messages(messages).contains(QStringLiteral("copy file:") + program.filePath(QStringLiteral("Velto_LoRaWAN_Tessera.ini"))
-                                            + QStringLiteral("  to user directory ") + data + QStringLiteral("Velto_LoRaWAN_Tessera.ini")));
-        QCOMPARE(Read(data + QStringLiteral("Velto_LoRaWAN_Config.json")), QByteArray("{\"FileVersion\":\"0.2\",\"x\":1}"));
-
-        // The user edits a copy; an equal or older shipped file leaves it alone.
-        Write(data + QStringLiteral("Velto_LoRaWAN_Config.json"), "{\"FileVersion\":\"0.2\",\"mine\":1}");
-        Write(data + QStringLiteral("Velto_LoRaWAN_Config_US.json"), "{\"FileVersion\":\"0.3\"}");
-        messages.clear();
-        installer.Install(program.path(), files, data);
-        QVERIFY(messages.isEmpty());
-        QCOMPARE(Read(data + QStringLiteral("Velto_LoRaWAN_Config.json")), QByteArray("{\"FileVersion\":\"0.2\",\"mine\":1}"));
-
-        // A newer shipped file replaces it; the user's copy stays as "_old" (an older "_old" goes).
-        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Config.json")), "{\"FileVersion\":\"0.10\"}");
-        Write(data + QStringLiteral("Velto_LoRaWAN_Config.json_old"), "stale");
-        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Tessera.ini")), "[FileVersion]\nVersion=1.2\n");
-        installer.Install(program.path(), files, data);
-        QCOMPARE(Read(data + QStringLiteral("Velto_LoRaWAN_Config.json")), QByteArray("{\"FileVersion\":\"0.10\"}"));
-        QCOMPARE(Read(data + QStringLiteral("Velto_LoRaWAN_Config.json_old")), QByteArray("{\"FileVersion\":\"0.2\",\"mine\":1}"));
-        QVERIFY(Messages(messages).contains(QStringLiteral("remove file:") + data + QStringLiteral("Velto_LoRaWAN_Config.json_old")));
-        QVERIFY(Messages(messages).contains(QStringLiteral("rename file:") + data + QStringLiteral("Velto_LoRaWAN_Config.json  to  ") + data
-                                            + QStringLiteral("Velto_LoRaWAN_Config.json_old")));
-        QVERIFY(Read(data + QStringLiteral("Velto_LoRaWAN_Tessera.ini")).contains("Version=1.2"));
+        QCOMPARE(installer.FileVersion(path), version);
+        QCOMPARE(Messages(messages), message.isEmpty() ? QStringList() : QStringList{message.arg(path)});
     }
 
-    void fileVersion_brokenAndMissing()
+    void fileVersion_unreadableJson()
     {
         QTemporaryDir dir;
         TConfigInstaller installer;
         QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
-        QCOMPARE(installer.FileVersion(dir.filePath(QStringLiteral("none.json"))), QStringLiteral("default"));
-        QCOMPARE(Messages(messages), QStringList{QStringLiteral("Couldn't open file: ") + dir.filePath(QStringLiteral("none.json"))});
-        Write(dir.filePath(QStringLiteral("broken.json")), "{ \"FileVersion\": ");
-        QCOMPARE(installer.FileVersion(dir.filePath(QStringLiteral("broken.json"))), QStringLiteral("default"));
-        Write(dir.filePath(QStringLiteral("plain.json")), "{\"a\":1}");
-        QCOMPARE(installer.FileVersion(dir.filePath(QStringLiteral("plain.json"))), QStringLiteral("default"));
-        Write(dir.filePath(QStringLiteral("plain.ini")), "[Other]\nVersion=9\n");
-        QCOMPARE(installer.FileVersion(dir.filePath(QStringLiteral("plain.ini"))), QStringLiteral("default"));
+        const QString path = dir.filePath(QStringLiteral("none.json"));
+        QCOMPARE(installer.FileVersion(path), QStringLiteral("default"));
+        QCOMPARE(Messages(messages), QStringList{QStringLiteral("Couldn't open file:") + path});
+    }
+
+    void install_copyReplaceKeepOld()
+    {
+        QTemporaryDir program, user;
+        const QString data = user.filePath(QStringLiteral("Haldor/Velto_LoRaWAN_Tessera/"));
+        const QString json = QStringLiteral("Velto_LoRaWAN_Config.json"), us = QStringLiteral("Velto_LoRaWAN_Config_US.json"),
+                      ini = QStringLiteral("Velto_LoRaWAN_Tessera.ini");
+        Write(program.filePath(json), "{\"FileVersion\":\"0.2\",\"x\":1}");
+        Write(program.filePath(us), "{\"FileVersion\":\"0.1\"}");
+        Write(program.filePath(QStringLiteral("Other.json")), "{}");
+        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Config.json.bak")), "{}");
+        Write(program.filePath(ini), "[FileVersion]\nVersion=1.1\n");
+        const QStringList files = TConfigInstaller::ShippedFiles(program.path());
+        QCOMPARE(files, (QStringList{json, us, ini}));
+
+        TConfigInstaller installer;
+        QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
+        QVERIFY(installer.Install(program.path(), files, data));
+        auto copyLine = [&](const QString& name) {
+            return QStringLiteral("copy file:") + program.filePath(name) + QStringLiteral("  to user directory ") + data + name;
+        };
+        QCOMPARE(Messages(messages), (QStringList{QStringLiteral("creating directory:") + data,
+                                                  QStringLiteral("installation of config files:"), copyLine(json),
+                                                  QStringLiteral("installation of config files:"), copyLine(us),
+                                                  QStringLiteral("installation of config files:"), copyLine(ini)}));
+        QCOMPARE(Read(data + json), QByteArray("{\"FileVersion\":\"0.2\",\"x\":1}"));
+        QVERIFY(!QFile::exists(data + QStringLiteral("Other.json")));
+
+        // The user edits the copies; an equal or older shipped file leaves them alone.
+        Write(data + json, "{\"FileVersion\":\"0.2\",\"mine\":1}");
+        Write(data + us, "{\"FileVersion\":\"0.3\"}");
+        QVERIFY(installer.Install(program.path(), files, data));
+        QCOMPARE(Messages(messages), QStringList());
+        QCOMPARE(Read(data + json), QByteArray("{\"FileVersion\":\"0.2\",\"mine\":1}"));
+        QCOMPARE(Read(data + us), QByteArray("{\"FileVersion\":\"0.3\"}"));
+
+        // A newer shipped file replaces the copy, which stays as "_old"; an older "_old" goes first.
+        Write(program.filePath(json), "{\"FileVersion\":\"0.10\"}");
+        Write(data + json + QStringLiteral("_old"), "stale");
+        Write(program.filePath(ini), "[FileVersion]\nVersion=1.2\n");
+        QVERIFY(installer.Install(program.path(), files, data));
+        QCOMPARE(Messages(messages), (QStringList{QStringLiteral("remove file:") + data + json + QStringLiteral("_old"),
+                                                  QStringLiteral("rename file:") + data + json + QStringLiteral("  to  ") + data + json
+                                                      + QStringLiteral("_old"),
+                                                  copyLine(json),
+                                                  QStringLiteral("rename file:") + data + ini + QStringLiteral("  to  ") + data + ini
+                                                      + QStringLiteral("_old"),
+                                                  copyLine(ini)}));
+        QCOMPARE(Read(data + json), QByteArray("{\"FileVersion\":\"0.10\"}"));
+        QCOMPARE(Read(data + json + QStringLiteral("_old")), QByteArray("{\"FileVersion\":\"0.2\",\"mine\":1}"));
+        QCOMPARE(Read(data + ini), QByteArray("[FileVersion]\nVersion=1.2\n"));
+        QCOMPARE(Read(data + ini + QStringLiteral("_old")), QByteArray("[FileVersion]\nVersion=1.1\n"));
+    }
+
+    void install_defaultVersions()
+    {
+        QTemporaryDir program, user;
+        const QString data = user.path() + QLatin1Char('/');
+        const QString name = QStringLiteral("Velto_LoRaWAN_Config.json");
+        TConfigInstaller installer;
+        QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
+
+        // Neither carries a version: the user's copy stays.
+        Write(program.filePath(name), "{\"shipped\":1}");
+        Write(data + name, "{\"mine\":1}");
+        QVERIFY(installer.Install(program.path(), {name}, data));
+        QCOMPARE(Read(data + name), QByteArray("{\"mine\":1}"));
+        // A broken user copy reads as "default", so any numbered shipped file replaces it.
+        Write(data + name, "{ broken");
+        Write(program.filePath(name), "{\"FileVersion\":\"0.1\"}");
+        QVERIFY(installer.Install(program.path(), {name}, data));
+        QCOMPARE(Read(data + name), QByteArray("{\"FileVersion\":\"0.1\"}"));
+        QCOMPARE(Read(data + name + QStringLiteral("_old")), QByteArray("{ broken"));
+        QVERIFY(Messages(messages).first().startsWith(QStringLiteral("warning - ") + data + name + QStringLiteral(" is not a JSON object")));
+        // A shipped file without a version never replaces a numbered copy.
+        Write(program.filePath(name), "{\"shipped\":2}");
+        QVERIFY(installer.Install(program.path(), {name}, data));
+        QCOMPARE(Read(data + name), QByteArray("{\"FileVersion\":\"0.1\"}"));
+    }
+
+    void install_failuresAreTold()
+    {
+        QTemporaryDir program, user;
+        const QString name = QStringLiteral("Velto_LoRaWAN_Tessera.ini");
+        TConfigInstaller installer;
+        QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
+
+        // A file where the directory should be.
+        Write(user.filePath(QStringLiteral("blocked")), "x");
+        const QString data = user.filePath(QStringLiteral("blocked/Haldor/"));
+        QVERIFY(!installer.Install(program.path(), {name}, data));
+        QCOMPARE(Messages(messages), (QStringList{QStringLiteral("creating directory:") + data,
+                                                  QStringLiteral("error - couldn't create directory:") + data}));
+
+        // The shipped file is missing.
+        QVERIFY(installer.Install(program.path(), {name}, user.path()));
+        QCOMPARE(Messages(messages), QStringList{QStringLiteral("warning - shipped file not found:") + program.filePath(name)});
+        QVERIFY(!QFile::exists(user.filePath(name)));
+    }
+
+    void install_intoTheSettingsDirectory_isReadByTheStore()
+    {
+        QTemporaryDir program;
+        Write(program.filePath(QStringLiteral("Velto_LoRaWAN_Tessera.ini")), "[FileVersion]\nVersion=1\n[GUI]\nMainTheme=Montreal\n");
+        TSettings& settings = TSettings::Instance();
+        QVERIFY(!QDir(settings.DataDirectory()).exists());
+        TConfigInstaller installer;
+        QSignalSpy messages(&installer, &TConfigInstaller::EvShowMessage);
+        QVERIFY(installer.Install(program.path(), TConfigInstaller::ShippedFiles(program.path())));
+        QCOMPARE(Messages(messages).first(), QStringLiteral("creating directory:") + settings.DataDirectory());
+        QCOMPARE(settings.MainTheme(), QStringLiteral("Montreal"));
     }
 };
 

@@ -9,6 +9,15 @@ QString FileText()
     QFile file(TSettings::Instance().SettingsFilePath());
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
+
+// QSettings keeps what this process wrote in memory; a changed file size makes it parse the file again,
+// as a restarted studio would.
+void ForceReparse()
+{
+    QFile file(TSettings::Instance().SettingsFilePath());
+    QVERIFY(file.open(QIODevice::Append));
+    file.write("\n");
+}
 }
 
 class TestSettingsStore : public QObject
@@ -28,11 +37,12 @@ private slots:
         QCOMPARE(s.DataDirectory(), m_home + QStringLiteral("/.local/share/Haldor/Velto_LoRaWAN_Tessera/"));
         QCOMPARE(s.SettingsFilePath(), s.DataDirectory() + QStringLiteral("Velto_LoRaWAN_Tessera.ini"));
         QCOMPARE(s.EndDeviceFilePath(), s.DataDirectory() + QStringLiteral("Velto_LoRaWAN_Tessera_EndDevices.json"));
+        QCOMPARE(s.DocumentsDirectory(), m_home + QStringLiteral("/Documents"));
     }
 
     void defaults_whenTheFileIsMissing()
     {
-        const TSettings& s = TSettings::Instance();
+        TSettings& s = TSettings::Instance();
         QCOMPARE(s.StatusBoxLocation(), 2);
         QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
         QCOMPARE(s.NumWakeupChars(), 50);
@@ -46,9 +56,28 @@ private slots:
         QCOMPARE(s.LoRaWANConfigPath(), s.DataDirectory() + QStringLiteral("Velto_LoRaWAN_Config.json"));
         QCOMPARE(s.DeviceConfigPath(), QStringLiteral(":/Config/DeviceConfig.json"));
         QCOMPARE(s.FirmwareVersionsPath(), QStringLiteral(":/Config/FirmwareVersions.json"));
-        QCOMPARE(s.ReadValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD")), QString());
-        QVERIFY(s.ReadList(QStringLiteral("ComPorts"), QStringLiteral("Used")).isEmpty());
+        for (const char* key : {"Used", "Blocked", "Extra", "VID_PIDS"})
+            QVERIFY(s.ReadList(QStringLiteral("ComPorts"), QString::fromLatin1(key)).isEmpty());
+
+        s.SetIsoFormat(false);   // proves that the switches below are read again, not left over
+        QFile::remove(s.SettingsFilePath());
+        s.LoadSpecialSwitches(QStringLiteral("Vallee-des-Lumieres"));
+        QVERIFY(s.ShowISOFormat() && s.ShowLines() && s.ShowUnits() && s.ShowSingleLineKVList() && s.ShowHREvents());
+        QVERIFY(s.IsoFormat());
+        QVERIFY(!s.DeveloperMode());
+        QVERIFY(s.SpecialFeatures().isEmpty());
         QVERIFY(!QFile::exists(s.SettingsFilePath()));   // reading never creates the file
+    }
+
+    void numbers_garbageGivesTheDefault()
+    {
+        TSettings& s = TSettings::Instance();
+        s.WriteValue(QStringLiteral("GatewaySupport"), QStringLiteral("ServerPort"), QStringLiteral("port"));
+        s.WriteValue(QStringLiteral("GatewaySupport"), QStringLiteral("GatewayPort"), QStringLiteral(" 52000 "));
+        s.WriteValue(QStringLiteral("GUI"), QStringLiteral("StatusBoxLocation"), QString());
+        QCOMPARE(s.ServerPort(), 51000);
+        QCOMPARE(s.GatewayPort(), 52000);
+        QCOMPARE(s.StatusBoxLocation(), 2);
     }
 
     void booleans_data()
@@ -66,6 +95,7 @@ private slots:
         QFETCH(bool, value);
         QCOMPARE(TSettings::TextToBool(text), value);
         TSettings::Instance().WriteValue(QStringLiteral("Special"), QStringLiteral("SensorApp"), text);
+        ForceReparse();
         QCOMPARE(TSettings::Instance().SensorApp(), value);
     }
 
@@ -73,13 +103,56 @@ private slots:
     {
         TSettings& s = TSettings::Instance();
         s.SetFirmwareCompatibilityCheck(false);
-        QVERIFY(FileText().contains(QStringLiteral("[FirmwareSupport]\nFirmwareCompatibilityCheck=NO")));
+        QVERIFY(FileText().contains(QStringLiteral("[FirmwareSupport]\nFirmwareCompatibilityCheck=NO\n")));
+        s.SetFirmwareCompatibilityCheck(true);
+        QVERIFY(FileText().contains(QStringLiteral("[FirmwareSupport]\nFirmwareCompatibilityCheck=YES\n")));
         s.SetGatewayPort(52001);
-        QVERIFY(FileText().contains(QStringLiteral("GatewayPort=52001")));
+        QVERIFY(FileText().contains(QStringLiteral("GatewayPort=52001\n")));
+        s.SetMainTheme(QStringLiteral("Berlin"));
+        QVERIFY(FileText().contains(QStringLiteral("[GUI]\nMainTheme=Berlin\n")));
         s.WriteBool(QStringLiteral("Special"), QStringLiteral("ApprovalTest"), true);
-        QVERIFY(FileText().contains(QStringLiteral("ApprovalTest=YES")));
+        QVERIFY(FileText().contains(QStringLiteral("ApprovalTest=YES\n")));
         s.SetStatusBoxLocation(8);
         QCOMPARE(QSettings(s.SettingsFilePath(), QSettings::IniFormat).value(QStringLiteral("GUI/StatusBoxLocation")).toString(), QStringLiteral("8"));
+        QVERIFY(s.ErrorText().isEmpty());
+    }
+
+    void writes_failureIsTold()
+    {
+        TSettings& s = TSettings::Instance();
+        QVERIFY(QDir().mkpath(s.SettingsFilePath()));   // a directory where the file belongs
+        s.WriteValue(QStringLiteral("GUI"), QStringLiteral("MainTheme"), QStringLiteral("Berlin"));
+        QCOMPARE(s.ErrorText(), QStringLiteral("error - couldn't write settings file: ") + s.SettingsFilePath());
+        QVERIFY(QDir().rmdir(s.SettingsFilePath()));
+        s.WriteValue(QStringLiteral("GUI"), QStringLiteral("MainTheme"), QStringLiteral("Berlin"));
+        QVERIFY(s.ErrorText().isEmpty());
+        QCOMPARE(s.MainTheme(), QStringLiteral("Berlin"));
+    }
+
+    void lists_roundTrip_data()
+    {
+        QTest::addColumn<QStringList>("list");
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<QStringList>("readBack");
+        QTest::newRow("empty") << QStringList() << "Used=@Invalid()" << QStringList();
+        QTest::newRow("one") << QStringList{"COM3"} << "Used=COM3" << QStringList{"COM3"};
+        QTest::newRow("one with comma") << QStringList{"a,b"} << "Used=\"a,b\"" << QStringList{"a,b"};
+        QTest::newRow("one with @") << QStringList{"@Invalid()"} << "Used=@@Invalid()" << QStringList{"@Invalid()"};
+        QTest::newRow("lone empty text") << QStringList{""} << "Used=@Invalid()" << QStringList();
+        QTest::newRow("many") << QStringList{"COM3", "", "a b", "c,d"} << "Used=COM3, , a b, \"c,d\""
+                              << QStringList{"COM3", "", "a b", "c,d"};
+    }
+    void lists_roundTrip()
+    {
+        QFETCH(QStringList, list);
+        QFETCH(QString, line);
+        QFETCH(QStringList, readBack);
+        TSettings& s = TSettings::Instance();
+        s.WriteList(QStringLiteral("ComPorts"), QStringLiteral("Used"), list);
+        QVERIFY(FileText().contains(QStringLiteral("[ComPorts]\n") + line + QLatin1Char('\n')));
+        QCOMPARE(s.ReadList(QStringLiteral("ComPorts"), QStringLiteral("Used")), readBack);
+        ForceReparse();
+        QCOMPARE(s.ReadList(QStringLiteral("ComPorts"), QStringLiteral("Used")), readBack);
     }
 
     void lists_addToFrontAndRemove()
@@ -87,18 +160,27 @@ private slots:
         TSettings& s = TSettings::Instance();
         const QString g = QStringLiteral("ComPorts"), k = QStringLiteral("Used");
         s.AddToList(g, k, QStringLiteral("/dev/ttyUSB0"));
+        ForceReparse();
         QCOMPARE(s.ReadList(g, k), QStringList{"/dev/ttyUSB0"});
         s.AddToList(g, k, QStringLiteral("/dev/ttyUSB1"));
         s.AddToList(g, k, QStringLiteral("COM3"));
         s.AddToList(g, k, QStringLiteral("/dev/ttyUSB0"));
+        ForceReparse();
         QCOMPARE(s.ReadList(g, k), (QStringList{"/dev/ttyUSB0", "COM3", "/dev/ttyUSB1"}));
         QVERIFY(s.RemoveFromList(g, k, QStringLiteral("COM3")));
         QVERIFY(!s.RemoveFromList(g, k, QStringLiteral("COM3")));
+        QCOMPARE(s.ReadList(g, k), (QStringList{"/dev/ttyUSB0", "/dev/ttyUSB1"}));
         QVERIFY(s.RemoveFromList(g, k, QStringLiteral("/dev/ttyUSB0")));
         QVERIFY(s.RemoveFromList(g, k, QStringLiteral("/dev/ttyUSB1")));
+        ForceReparse();
         QVERIFY(s.ReadList(g, k).isEmpty());
-        s.WriteList(g, k, {QStringLiteral("a,b"), QStringLiteral("c")});
-        QCOMPARE(s.ReadList(g, k), (QStringList{"a,b", "c"}));
+        // A hand-edited list with a duplicate loses every copy.
+        QFile file(s.SettingsFilePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[ComPorts]\nUsed=COM1, COM2, COM1\n");
+        file.close();
+        QVERIFY(s.RemoveFromList(g, k, QStringLiteral("COM1")));
+        QCOMPARE(s.ReadList(g, k), QStringList{"COM2"});
     }
 
     void groups_roundTrip()
@@ -106,12 +188,13 @@ private slots:
         TSettings& s = TSettings::Instance();
         TKeyValueList items;
         items.Append(QStringLiteral("Alpha"), QStringLiteral("1"));
-        items.Append(QStringLiteral("Beta"), QStringLiteral("two words"));
+        items.Append(QStringLiteral("Beta"), QStringLiteral("two words, comma"));
         s.WriteGroup(QStringLiteral("Custom"), items);
-        const TKeyValueList read = s.ReadGroup(QStringLiteral("Custom"));
-        QCOMPARE(read.Value("Alpha"), QStringLiteral("1"));
-        QCOMPARE(read.Value("Beta"), QStringLiteral("two words"));
-        QCOMPARE(read.size(), 2);
+        QVERIFY(FileText().contains(QStringLiteral("[Custom]\nAlpha=1\nBeta=\"two words, comma\"\n")));
+        ForceReparse();
+        TKeyValueList read = s.ReadGroup(QStringLiteral("Custom"));
+        QCOMPARE(read, items);
+        QVERIFY(s.ReadGroup(QStringLiteral("Missing")).isEmpty());
     }
 
     void specialModes_withTheAccessCode()
@@ -122,7 +205,9 @@ private slots:
         s.LoadSpecialSwitches(code);
         QVERIFY(!s.DeveloperMode());   // empty password
         QCOMPARE(s.SpecialFeatures(), QStringList{"ApprovalTest"});
-        s.WriteValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD"), QStringLiteral("guess"));
+        s.LoadSpecialSwitches(QString());   // an empty code does not match an empty password either
+        QVERIFY(!s.DeveloperMode());
+        s.WriteValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD"), QStringLiteral("vallee-des-lumieres"));
         s.LoadSpecialSwitches(code);
         QVERIFY(!s.DeveloperMode());
         s.WriteValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD"), code);
@@ -137,7 +222,11 @@ private slots:
         QVERIFY(!s.IsoFormat());
         QCOMPARE(s.DateFormat(), QStringLiteral("dd.MM.yyyy"));
         s.SetIsoFormat(true);
-        QVERIFY(FileText().contains(QStringLiteral("ISOFormat=YES")));
+        QVERIFY(s.IsoFormat());
+        QVERIFY(FileText().contains(QStringLiteral("[Formats]\nISOFormat=YES\n")));
+        s.WriteValue(QStringLiteral("Special"), QStringLiteral("ApprovalTest"), QStringLiteral("true"));
+        s.LoadSpecialSwitches(code);
+        QCOMPARE(s.SpecialFeatures(), (QStringList{"DeveloperMode", "SensorApp"}));
     }
 };
 
