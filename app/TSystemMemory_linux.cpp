@@ -11,8 +11,9 @@ qint64 FreeBytes()
         return -1;
     // "MemAvailable:   12345678 kB" counts what can be had without swapping; older kernels lack it.
     qint64 freeKb = -1;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine();
+    // /proc files report size 0: read them whole rather than asking for the end.
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    for (const QByteArray& line : lines) {
         const QList<QByteArray> parts = line.simplified().split(' ');
         if (parts.size() < 2)
             continue;

@@ -1,0 +1,307 @@
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFrame>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QVBoxLayout>
+#include <QtTest>
+
+#include "TestEnvironment.h"
+#include "gui/TCheckButtonBox.h"
+#include "gui/TGuiItemList.h"
+#include "gui/TRadioButtonBox.h"
+#include "gui/TSlider.h"
+#include "gui/TSpinControl.h"
+
+namespace {
+constexpr int kLabelWidth = 150;
+constexpr int kEditorWidth = 200;
+
+// A page-like widget with one group of rows.
+struct Rows
+{
+    QWidget page;
+    QVBoxLayout* layout = new QVBoxLayout(&page);
+    TGuiItemList items;
+
+    explicit Rows(const QStringList& descriptors, bool separators = false)
+    {
+        items.BuildItems(descriptors, layout, kLabelWidth, kEditorWidth, separators);
+    }
+    QString Text(const QString& key) const
+    {
+        if (auto* edit = qobject_cast<QLineEdit*>(items.FindItem(key)))
+            return edit->text();
+        return QStringLiteral("<no LineEdit>");
+    }
+};
+}
+
+class TestDescriptors : public QObject
+{
+    Q_OBJECT
+private slots:
+    void fieldLookup_firstFieldContainingTheKey_data()
+    {
+        QTest::addColumn<QString>("descriptor");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("MinValue before Value") << "GuiName:X;GuiType:SpinBox;MinValue:1;Value:5" << "Value:" << true << "1";
+        QTest::newRow("Value before MinValue") << "GuiName:X;GuiType:SpinBox;Value:5;MinValue:1" << "Value:" << true << "5";
+        QTest::newRow("absent") << "GuiName:X;GuiType:SpinBox;MinValue:1" << "MaxValue:" << false << "";
+        QTest::newRow("ValueList is no Value") << "GuiName:X;ValueList:a,b" << "Value:" << false << "";
+        QTest::newRow("inside a field") << "GuiName:X;xKey:DevEUI" << "Key:" << true << "DevEUI";
+        QTest::newRow("colon in the value") << "GuiName:3 : Alarm;GuiType:Label" << "GuiName:" << true << "3 : Alarm";
+        QTest::newRow("empty value") << "GuiName:;GuiType:Label" << "GuiName:" << true << "";
+    }
+    void fieldLookup_firstFieldContainingTheKey()
+    {
+        QFETCH(QString, descriptor);
+        QFETCH(QString, key);
+        QFETCH(bool, found);
+        QFETCH(QString, value);
+        QString read = QStringLiteral("untouched");
+        QCOMPARE(TGuiItemList::ReadField(descriptor, key, &read), found);
+        QCOMPARE(read, found ? value : QStringLiteral("untouched"));
+    }
+
+    void build_initialValueReadBack_data()
+    {
+        QTest::addColumn<QString>("descriptor");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("SpinBox MinValue first") << "GuiName:X;GuiType:SpinBox;MinValue:1;Value:5;MaxValue:10;Key:K" << "1";
+        QTest::newRow("SpinBox Value first") << "GuiName:X;GuiType:SpinBox;Key:K;Value:5;MinValue:1;MaxValue:10" << "5";
+        QTest::newRow("SpinBox without Value") << "GuiName:X;GuiType:SpinBox;Key:K;MinValue:3;MaxValue:9" << "3";
+        QTest::newRow("SpinBox hex") << "GuiName:X;GuiType:SpinBox;Key:K;Value:0x1f;MinValue:0;MaxValue:255" << "31";
+        QTest::newRow("SpinBox octal") << "GuiName:X;GuiType:SpinBox;Key:K;Value:010;MinValue:0;MaxValue:255" << "8";
+        QTest::newRow("SpinBox no number") << "GuiName:X;GuiType:SpinBox;Key:K;Value:abc;MinValue:0;MaxValue:9" << "0";
+        QTest::newRow("TSlider") << "GuiName:X;GuiType:TSlider;Key:K;Value:-3;MinValue:-10;MaxValue:0x0A;Unit:dBm" << "-3";
+        QTest::newRow("bare LineEdit") << "GuiName:X;GuiType:LineEdit;Key:K" << "n.a.";
+        QTest::newRow("Label") << "GuiName:X;GuiType:Label;Key:K;Value:v1.2" << "v1.2";
+        QTest::newRow("ComboBox") << "GuiName:X;GuiType:ComboBox;Key:K;Value:EU868;ValueList:US915,EU868,AS923" << "EU868";
+        QTest::newRow("ComboBox unknown") << "GuiName:X;GuiType:ComboBox;Key:K;Value:XX;ValueList:US915,EU868" << "US915";
+        QTest::newRow("CheckBox on") << "GuiName:X;GuiType:CheckBox;Key:K;Value:1" << "1";
+        QTest::newRow("CheckBox decimal only") << "GuiName:X;GuiType:CheckBox;Key:K;Value:0x1" << "0";
+        QTest::newRow("RadioButtonBox") << "GuiName:X;GuiType:RadioButtonBox;Key:K;Value:2;ValueList:1:A,2:B,4:C" << "2";
+        QTest::newRow("CheckButtonBox") << "GuiName:X;GuiType:CheckButtonBox;Key:K;Value:5;ValueList:1:A,2:B,4:C" << "5";
+    }
+    void build_initialValueReadBack()
+    {
+        QFETCH(QString, descriptor);
+        QFETCH(QString, value);
+        Rows rows({descriptor});
+        QCOMPARE(rows.items.Count(), 1);
+        QCOMPARE(rows.items.ReadItems(), QStringList{QStringLiteral("Key:K;Value:") + value});
+        QCOMPARE(rows.items.Label(0)->width(), kLabelWidth);
+    }
+
+    void build_skipsMalformedAndUnknownWithoutStrayWidgets()
+    {
+        const int topLevelBefore = QApplication::topLevelWidgets().size();
+        Rows rows({
+            QStringLiteral("GuiType:LineEdit;Key:NoName"),
+            QStringLiteral("GuiName:No type;Key:NoType;Value:1"),
+            QStringLiteral("GuiName:No value;GuiType:ComboBox;Key:NoValue;ValueList:a,b"),
+            QStringLiteral("GuiName:Wrong case;GuiType:Spinbox;Key:Case;Value:1"),
+            QStringLiteral("GuiName:X;GuiType:SpinBox;MinValue:1;Value:5"),
+            QStringLiteral("GuiName:Rule;GuiType:Line;Key:Rule"),
+            QStringLiteral("GuiName:Port;GuiType:LineEdit;Key:Port;GuiFlags:RO"),
+            QStringLiteral("GuiName:Note;GuiType:Label;Value:no key"),
+        });
+        QCOMPARE(rows.items.Count(), 4);
+        auto* spin = qobject_cast<TSpinControl*>(rows.items.Editor(0));
+        QVERIFY(spin);
+        QCOMPARE(spin->Value(), 1);
+        QVERIFY(qobject_cast<QFrame*>(rows.items.Editor(1)));
+        QVERIFY(!rows.items.Label(1));
+        QVERIFY(qobject_cast<QLineEdit*>(rows.items.Editor(2))->isReadOnly());
+        QCOMPARE(rows.items.ReadItems(), QStringList{QStringLiteral("Key:Port;Value:n.a.")});
+        QVERIFY(!rows.items.FindItem(QStringLiteral("NoValue")));
+        QCOMPARE(rows.page.findChildren<QLabel*>().size(), 4);   // three row labels and the "Label" editor
+        QCOMPARE(QApplication::topLevelWidgets().size(), topLevelBefore + 1);   // only the page itself
+    }
+
+    void readBack_checkableRowsAddTheirState()
+    {
+        Rows rows({
+            QStringLiteral("GuiName:AppEUI;GuiType:LineEdit;Key:AppEUI;Value:0x0102;GuiFlags:Checkable"),
+            QStringLiteral("GuiName:ADR;GuiType:CheckBox;Key:ADR;Value:1;GuiFlags:Enabled"),
+            QStringLiteral("GuiName:Class;GuiType:ComboBox;Key:Class;Value:C;ValueList:A,C;GuiFlags:Checkable"),
+        });
+        auto* appEui = qobject_cast<QCheckBox*>(rows.items.Label(0));
+        QVERIFY(appEui);
+        QCOMPARE(appEui->text(), QStringLiteral("AppEUI"));
+        QVERIFY(!appEui->isChecked());
+        QVERIFY(qobject_cast<QLabel*>(rows.items.Label(1)));
+        QVERIFY(rows.items.Editor(1)->isEnabled());
+        appEui->setChecked(true);
+        QCOMPARE(rows.items.ReadItems(), (QStringList{"Key:AppEUI;Value:0x0102", ";State:checked", "Key:ADR;Value:1",
+                                                      "Key:Class;Value:C", ";State:unchecked"}));
+        TKeyValueList expected;
+        expected.Append("AppEUI", "0x0102");
+        expected.Append("ADR", "1");
+        expected.Append("Class", "C");
+        QCOMPARE(rows.items.ReadKeyValues(), expected);
+    }
+
+    void setItems_lineEditFormatsByFlags_data()
+    {
+        QTest::addColumn<QString>("flags");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("HEX2") << "GuiFlags:HEX2" << "10" << "0x0a";
+        QTest::newRow("HEX8") << "GuiFlags:RO,HEX8" << "43981" << "0x0000abcd";
+        QTest::newRow("HEX4 from hex") << "GuiFlags:HEX4" << "0x1F" << "0x001f";
+        QTest::newRow("HEX2 negative") << "GuiFlags:HEX2" << "-1" << "0xff";
+        QTest::newRow("HEX4 not a number") << "GuiFlags:HEX4" << "n.a." << "n.a.";
+        QTest::newRow("F_1") << "GuiFlags:F_1" << "3.14159" << "3.1";
+        QTest::newRow("F_3 scaled") << "GuiFlags:F_3;Scaler:0.001" << "12345" << "12.345";
+        QTest::newRow("F_2 scaled up") << "GuiFlags:F_2;Scaler:10" << "1.5" << "15.00";
+        QTest::newRow("F_2 bad scaler") << "GuiFlags:F_2;Scaler:x" << "1.5" << "0.00";
+        QTest::newRow("no flags") << "GuiFlags:RO" << "0x10" << "0x10";
+    }
+    void setItems_lineEditFormatsByFlags()
+    {
+        QFETCH(QString, flags);
+        QFETCH(QString, value);
+        QFETCH(QString, shown);
+        Rows rows({QStringLiteral("GuiName:X;GuiType:LineEdit;Key:K;") + flags});
+        TKeyValueList record;
+        record.Append("K", value);
+        rows.items.SetItems(record);
+        QCOMPARE(rows.Text("K"), shown);
+    }
+
+    void setItems_fillsEveryTypeAndClearsTheRest()
+    {
+        Rows rows({
+            QStringLiteral("GuiName:Name;GuiType:LineEdit;Key:Name;Value:old"),
+            QStringLiteral("GuiName:Other;GuiType:LineEdit;Key:Other;Value:old"),
+            QStringLiteral("GuiName:Info;GuiType:Label;Key:Info;Value:kept"),
+            QStringLiteral("GuiName:Band;GuiType:ComboBox;Key:Band;Value:EU868;ValueList:EU868,US915"),
+            QStringLiteral("GuiName:Rate;GuiType:SpinBox;Key:Rate;Value:0;MinValue:0;MaxValue:100"),
+            QStringLiteral("GuiName:Power;GuiType:TSlider;Key:Power;Value:0;MinValue:0;MaxValue:20;Unit:dBm"),
+            QStringLiteral("GuiName:ADR;GuiType:CheckBox;Key:ADR;Value:0"),
+            QStringLiteral("GuiName:Mode;GuiType:RadioButtonBox;Key:Mode;Value:0;ValueList:0:A,1:B,2:C"),
+            QStringLiteral("GuiName:Events;GuiType:CheckButtonBox;Key:Events;Value:0;ValueList:1:A,2:B,4:C"),
+        });
+        TKeyValueList record;
+        record.Append("Name", "Velto");
+        record.Append("Band", "US915");
+        record.Append("Rate", "0x20");
+        record.Append("Power", "14");
+        record.Append("ADR", "1");
+        record.Append("Mode", "2");
+        record.Append("Events", "6");
+        record.Append("Unknown", "x");
+        rows.items.SetItems(record);
+        QCOMPARE(rows.items.ReadItems(), (QStringList{"Key:Name;Value:Velto", "Key:Other;Value:n.a.", "Key:Info;Value:kept",
+                                                      "Key:Band;Value:US915", "Key:Rate;Value:32", "Key:Power;Value:14",
+                                                      "Key:ADR;Value:1", "Key:Mode;Value:2", "Key:Events;Value:6"}));
+        QCOMPARE(qobject_cast<TSlider*>(rows.items.FindItem("Power"))->DisplayText(), QStringLiteral("14 dBm"));
+        QVERIFY(!rows.items.FindItem("Unknown"));
+
+        TKeyValueList unknownBand;
+        unknownBand.Append("Band", "AS923");
+        rows.items.SetItems(unknownBand, false);
+        QCOMPARE(rows.Text("Name"), QStringLiteral("Velto"));
+        QCOMPARE(qobject_cast<QComboBox*>(rows.items.FindItem("Band"))->currentText(), QStringLiteral("US915"));
+        rows.items.ClearItems();
+        QCOMPARE(rows.Text("Name"), QStringLiteral("n.a."));
+    }
+
+    void buttonBoxes_itemsIdentifiersAndValues()
+    {
+        const auto items = TButtonBox::ParseItems(QStringLiteral("3 : HCI Power-Up Indication,x:Broken,Plain,8:Alarm"));
+        TRadioButtonBox radio(items, Qt::Vertical);
+        QCOMPARE(radio.Count(), 4);
+        QCOMPARE(radio.ButtonId(0), 3);
+        QCOMPARE(radio.Button(0)->text(), QStringLiteral(" HCI Power-Up Indication"));
+        QCOMPARE(radio.ButtonId(1), 0);
+        QCOMPARE(radio.ButtonId(2), 2);
+        QCOMPARE(radio.Button(2)->text(), QStringLiteral("Plain"));
+        QCOMPARE(radio.Value(), 3);
+        radio.SetValue(8);
+        QCOMPARE(radio.Value(), 8);
+        QVERIFY(!radio.Button(0)->isChecked());
+        radio.SetValue(99);
+        QCOMPARE(radio.Value(), 8);
+        QSignalSpy clicked(&radio, &TRadioButtonBox::buttonClicked);
+        radio.Button(2)->click();
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(clicked.at(0).at(0).toInt(), 2);
+        QCOMPARE(radio.Value(), 2);
+
+        TCheckButtonBox check(TButtonBox::ParseItems(QStringLiteral("1:A,2:B,4:C,8:D")), Qt::Horizontal);
+        QCOMPARE(check.Value(), 1);
+        check.Button(2)->click();
+        QCOMPARE(check.Value(), 5);
+        check.SetValue(10);
+        QCOMPARE(check.Value(), 10);
+        QVERIFY(!check.Button(0)->isChecked());
+
+        Rows rows({QStringLiteral("GuiName:A;GuiType:RadioButtonBox;Key:A;Value:0;ValueList:x,y;GuiFlags:Horizontal"),
+                   QStringLiteral("GuiName:B;GuiType:CheckButtonBox;Key:B;Value:0;ValueList:1:x,2:y")});
+        QCOMPARE(qobject_cast<TButtonBox*>(rows.items.Editor(0))->Orientation(), Qt::Horizontal);
+        QCOMPARE(qobject_cast<TButtonBox*>(rows.items.Editor(1))->Orientation(), Qt::Vertical);
+    }
+
+    void widths_sliderExtraAndSeparators()
+    {
+        Rows rows({QStringLiteral("GuiName:A;GuiType:TSlider;Key:A;Value:1;MinValue:0;MaxValue:9"),
+                   QStringLiteral("GuiName:B;GuiType:TSlider;Key:B;Value:1;MinValue:0;MaxValue:9;SliderExtraWidth:40"),
+                   QStringLiteral("GuiName:C;GuiType:TSlider;Key:C;Value:1;MinValue:0;MaxValue:9;SliderExtraWidth:010"),
+                   QStringLiteral("GuiName:D;GuiType:SpinBox;Key:D;Value:1;MinValue:0;MaxValue:9")},
+                  true);
+        QCOMPARE(rows.items.Editor(0)->minimumWidth(), kEditorWidth + 120);
+        QCOMPARE(rows.items.Editor(1)->minimumWidth(), kEditorWidth + 40);
+        QCOMPARE(rows.items.Editor(2)->minimumWidth(), kEditorWidth + 10);
+        QCOMPARE(rows.items.Editor(3)->minimumWidth(), kEditorWidth);
+        QCOMPARE(rows.items.Separators().size(), 3);
+    }
+
+    void spinControl_overlayTakesTypedValues()
+    {
+        TSpinControl spin(0, 100, 5);
+        QSignalSpy changed(&spin, &TSpinControl::ValueChanged);
+        QSignalSpy text(&spin, &TSpinControl::EvSpinControl_TextChanged);
+        const auto type = [&spin](const QString& typed) {
+            spin.click();
+            TOverlayEditBox* box = spin.OverlayEditBox();
+            QVERIFY(box);
+            QCOMPARE(box->objectName(), QStringLiteral("Overlay_Dialog"));
+            QVERIFY(box->windowFlags() & Qt::FramelessWindowHint);
+            QCOMPARE(box->Text(), spin.text());
+            box->SetText(typed);
+            box->AcceptButton()->click();
+            QTRY_VERIFY(!spin.OverlayEditBox());
+        };
+        type(QStringLiteral("0x20"));
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(spin.Value(), 32);
+        QCOMPARE(spin.text(), QStringLiteral("32"));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(text.takeFirst().at(0).toString(), QStringLiteral("32"));
+        type(QStringLiteral("500"));
+        QCOMPARE(spin.Value(), 100);
+        type(QStringLiteral("abc"));
+        QCOMPARE(spin.Value(), 100);
+        QCOMPARE(changed.count(), 2);
+    }
+};
+
+int main(int argc, char** argv)
+{
+    TestEnvironment::IsolateUserDirectories();
+    QApplication app(argc, argv);
+    TestDescriptors test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_descriptors.moc"
