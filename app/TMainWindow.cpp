@@ -243,6 +243,7 @@ QWidget* TMainWindow::BuildLeftPanel(bool developerMode)
 {
     auto* panel = new QWidget(this);
     panel->setObjectName(QStringLiteral("LeftPanel"));
+    panel->setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QVBoxLayout(panel);
     layout->setContentsMargins(0, 0, 0, 0);
     m_sections = new TSectionCtrl(SectionTable(developerMode), this, panel);

@@ -21,6 +21,7 @@ const Palette kPalettes[] = {
 const char* const kTemplate = R"(
 QMainWindow, QDialog, QWidget#PageArea, QStackedWidget { background: @lightBg; color: @lightText; }
 QWidget { font-size: 10pt; }
+QWidget#LeftPanel QLabel { color: @darkText; font-weight: bold; padding: 4px; }
 QWidget#LeftPanel, QToolBar, QStatusBar, QDockWidget, QDockWidget > QWidget { background: @darkBg; color: @darkText; }
 QDockWidget::title { background: @darkBg; color: @darkText; padding: 4px; }
 QPushButton#SectionCtrlButton { background: @darkBg; color: @darkText; border: none; border-left: 3px solid @darkBg; padding: 8px; text-align: left; font-weight: bold; }

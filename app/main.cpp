@@ -6,6 +6,8 @@
 
 #include "app/TMainWindow.h"
 #include "devices/TDeviceManager.h"
+#include "gui/TSectionCtrl.h"
+#include "gui/pages/TDeviceInfoPage.h"
 #include "tools/sim/TSimModule.h"
 
 int main(int argc, char* argv[])
@@ -21,8 +23,18 @@ int main(int argc, char* argv[])
             demo.reset();
     }
     auto* window = new TMainWindow;
-    if (demo)
-        TDeviceManager::Instance().AddExtraPort(demo->PortName());
+    if (demo) {
+        // A newcomer lands on the module's information as soon as it is found.
+        const QString port = demo->PortName();
+        QObject::connect(&TDeviceManager::Instance(), &TDeviceManager::EvLocalDeviceAdded, window, [window, port](const QString& added) {
+            if (added != port)
+                return;
+            window->Sections()->SelectPage(QStringLiteral("Device Management/Device Information"));
+            if (auto* page = qobject_cast<TDeviceInfoPage*>(window->Sections()->CurrentPage()))
+                page->OnGet();
+        });
+        TDeviceManager::Instance().AddExtraPort(port);
+    }
     window->resize(1440, 900);   // the size it keeps where no window manager maximizes it
     window->showMaximized();
     const int rc = app.exec();

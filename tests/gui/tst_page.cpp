@@ -1,0 +1,406 @@
+#include <QAction>
+#include <QApplication>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QVBoxLayout>
+#include <QtTest>
+
+#include <memory>
+
+#include "TestEnvironment.h"
+#include "devices/TControllerPrototypes.h"
+#include "devices/TDeviceManager.h"
+#include "devices/TRadioController.h"
+#include "gui/TGuiItemList.h"
+#include "gui/TPage.h"
+#include "gui/TRadioButtonBox.h"
+#include "gui/TSectionCtrl.h"
+#include "hci/TVeltoLRHCI.h"
+#include "settings/TSettings.h"
+#include "status/TStatusLog.h"
+#include "tools/sim/TSimModule.h"
+
+namespace {
+// A page that behaves like the real ones: refreshing asks for the selected device.
+class TRecordingPage : public TPage
+{
+    Q_OBJECT
+public:
+    using TPage::RunGetCommand;
+    using TPage::RunSetCommand;
+    using TPage::TPage;
+
+    QList<bool> refreshSilent;
+    QList<bool> updateSilent;
+    TRadioController* refreshedWith = nullptr;
+    int shown = 0;
+    int hidden = 0;
+    int cleared = 0;
+    int foreignTicks = 0;
+    QStringList deviceTypes;
+
+    void RefreshPage() override
+    {
+        refreshSilent << IsSilent();
+        refreshedWith = GetSelectedDevice();
+    }
+    void UpdatePage() override
+    {
+        updateSilent << IsSilent();
+        GetSelectedDevice();
+    }
+    void ClearPage() override { ++cleared; }
+    void PageShown() override { ++shown; }
+    void PageHidden() override { ++hidden; }
+    void DeviceTypeChanged(const QString& type) override { deviceTypes << type; }
+
+protected:
+    void timerEvent(QTimerEvent* event) override
+    {
+        if (event->timerId() != RefreshTimerId())
+            ++foreignTicks;
+        TPage::timerEvent(event);
+    }
+};
+
+class TPageCreator : public QObject
+{
+    Q_OBJECT
+public:
+    QStringList calls;
+
+public slots:
+    TPage* CreateNodeServicePage(const QString& title) { return Make("CreateNodeServicePage", title); }
+    TPage* CreateNodeConfigPage(const QString& title) { return Make("CreateNodeConfigPage", title); }
+    TPage* CreateOspreyDataLinkPage(const QString& title) { return Make("CreateOspreyDataLinkPage", title); }
+    TPage* CreateDeviceInfoPage(const QString& title) { return Make("CreateDeviceInfoPage", title); }
+    TPage* CreateSettingsPage(const QString& title) { return Make("CreateSettingsPage", title); }
+    TPage* CreateNodeTestPage(const QString& title) { return Make("CreateNodeTestPage", title); }
+
+private:
+    TPage* Make(const char* slot, const QString& title)
+    {
+        calls << QString::fromLatin1(slot) + QLatin1Char(':') + title;
+        return new TRecordingPage(title);
+    }
+};
+
+// title                         creator
+constexpr TSectionPageEntry kLoRaWANPages[] = {
+    {"LoRaWAN Services",         "CreateNodeServicePage"},
+    {"LoRaWAN Configuration",    "CreateNodeConfigPage"},
+    {nullptr, nullptr},
+};
+constexpr TSectionPageEntry kOspreyPages[] = {
+    {"Osprey Data Link",         "CreateOspreyDataLinkPage"},
+    {"", ""},
+};
+constexpr TSectionPageEntry kManagementPages[] = {
+    {"Device Information",       "CreateDeviceInfoPage"},
+    {"Ghost",                    "CreateGhostPage"},
+    {"Studio Settings",          "CreateSettingsPage"},
+    {nullptr, nullptr},
+};
+constexpr TSectionPageEntry kExtrasPages[] = {
+    {"Radio Tests",              "CreateNodeTestPage"},
+    {nullptr, nullptr},
+};
+// title                 icon                    features              pages
+constexpr TSectionEntry kSections[] = {
+    {"LoRaWAN Services",  ":/img/Device",        "LoRaWANDeviceMgmt",  kLoRaWANPages},
+    {"Osprey Services",   ":/img/Device",        "OspreyDeviceMgmt",   kOspreyPages},
+    {"Device Management", ":/img/Settings",      "",                   kManagementPages},
+    {"Extras",            ":/img/HardwareTest",  nullptr,              kExtrasPages},
+    {nullptr, nullptr, nullptr, nullptr},
+};
+
+QStringList Texts(const QSignalSpy& lines)
+{
+    QStringList texts;
+    for (const auto& args : lines)
+        texts << args.at(0).toString().section(QLatin1Char(';'), 2);
+    return texts;
+}
+
+TRecordingPage* Recording(TPage* page)
+{
+    return static_cast<TRecordingPage*>(page);
+}
+
+void SetSwitches(bool dynamicFeatures, bool automaticRefresh)
+{
+    TSettings::Instance().WriteBool("SectionControl", "DynamicFeatureControl", dynamicFeatures);
+    TSettings::Instance().WriteBool("SectionControl", "AutomaticPageRefresh", automaticRefresh);
+}
+}
+
+class TestPage : public QObject
+{
+    Q_OBJECT
+
+    TDeviceManager& m = TDeviceManager::Instance();
+    std::unique_ptr<TSimModule> m_sim;
+
+    TRadioController* Discover(const QString& firmware)
+    {
+        m_sim = std::make_unique<TSimModule>();
+        m_sim->Identity().firmwareName = firmware;
+        if (!m_sim->Open() || !m.AddExtraPort(m_sim->PortName()))
+            return nullptr;
+        m.DiscoveryTick();
+        return m.SelectedDevice();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        TVeltoLRHCI::SetDefaultResponseTimeout(200);
+        TControllerPrototypes::RegisterAll();
+    }
+    void cleanup()
+    {
+        m.ResetBlockedPorts(true);
+        for (const QString& port : m.ExtraPorts())
+            m.RemoveExtraPort(port);
+        m.ClearSelection();
+        m_sim.reset();
+        SetSwitches(false, false);
+    }
+
+    void noDevice_statusLineAndBoxUnlessSilent()
+    {
+        TRecordingPage page(QStringLiteral("Device Information"));
+        QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+        QVERIFY(!page.GetSelectedDevice());
+        QCOMPARE(Texts(lines), QStringList{"Device Information:error - no local device selected"});
+        auto boxes = page.findChildren<QMessageBox*>();
+        QCOMPARE(boxes.size(), 1);
+        QCOMPARE(boxes.at(0)->windowTitle(), QStringLiteral("Error - no local device selected"));
+        QCOMPARE(boxes.at(0)->text(), QStringLiteral("Please select a local device from the device tree first!"));
+        QVERIFY(boxes.at(0)->isVisible());
+        QCOMPARE(page.CurrentDeviceName(), QStringLiteral("n.a."));
+        boxes.at(0)->accept();
+
+        QVERIFY(page.GetSelectedGateway().isEmpty());
+        QCOMPARE(Texts(lines).last(), QStringLiteral("Device Information:error - no gateway selected"));
+        QMessageBox* gateway = nullptr;
+        for (QMessageBox* box : page.findChildren<QMessageBox*>())
+            if (box->windowTitle() == QStringLiteral("Error - no gateway selected"))
+                gateway = box;
+        QVERIFY(gateway);
+        QCOMPARE(gateway->text(), QStringLiteral("Please select a gateway from the device tree first!"));
+        gateway->accept();
+        QTRY_VERIFY(page.findChildren<QMessageBox*>().isEmpty());
+
+        page.RefreshSilent();
+        QCOMPARE(page.refreshSilent, QList<bool>{true});
+        QVERIFY(!page.IsSilent());
+        QCOMPARE(Texts(lines).size(), 3);
+        QCOMPARE(Texts(lines).last(), QStringLiteral("Device Information:error - no local device selected"));
+        QVERIFY(page.findChildren<QMessageBox*>().isEmpty());
+    }
+
+    void refreshTimer_onlyItsOwnTicksUpdateSilently()
+    {
+        TRecordingPage page(QStringLiteral("Real Time Clock"));
+        QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+        page.StartRefreshTimer(5);
+        QVERIFY(page.RefreshTimerId() != 0);
+        QTRY_VERIFY(page.updateSilent.size() >= 2);
+        page.StopRefreshTimer();
+        QVERIFY(!page.updateSilent.contains(false));
+        QVERIFY(Texts(lines).contains("Real Time Clock:error - no local device selected"));
+        QVERIFY(page.findChildren<QMessageBox*>().isEmpty());
+
+        const int updates = page.updateSilent.size();
+        const int foreign = page.startTimer(5);
+        QTRY_VERIFY(page.foreignTicks >= 3);
+        page.killTimer(foreign);
+        QCOMPARE(page.updateSilent.size(), updates);
+        QVERIFY(page.refreshSilent.isEmpty());
+    }
+
+    void commands_getAndSetThroughTheSelectedDevice()
+    {
+        TRadioController* device = Discover(QStringLiteral("Velto_LoRaWAN"));
+        QVERIFY(device);
+        TRecordingPage page(QStringLiteral("Device Information"));
+        auto* layout = new QVBoxLayout(&page);
+        TGuiItemList info;
+        info.BuildItems({"GuiName:Firmware;GuiType:LineEdit;Key:FWName;GuiFlags:RO",
+                         "GuiName:Build;GuiType:LineEdit;Key:BuildCount;GuiFlags:RO",
+                         "GuiName:Stale;GuiType:LineEdit;Key:NotInRecord;Value:old"},
+                        layout, 100, 100);
+        QVERIFY(page.RunGetCommand(QStringLiteral("DeviceMgmt/GetFirmwareInfo"), info));
+        QCOMPARE(qobject_cast<QLineEdit*>(info.FindItem("FWName"))->text(), QStringLiteral("Velto_LoRaWAN"));
+        QCOMPARE(qobject_cast<QLineEdit*>(info.FindItem("BuildCount"))->text(), QStringLiteral("117"));
+        QCOMPARE(qobject_cast<QLineEdit*>(info.FindItem("NotInRecord"))->text(), QStringLiteral("n.a."));
+        QCOMPARE(page.CurrentDeviceName(), device->DisplayName());
+
+        TGuiItemList mode;
+        mode.BuildItems({"GuiName:Mode;GuiType:RadioButtonBox;Key:OperationMode;Value:0;ValueList:0:Standard,1:Customer"},
+                        layout, 100, 100);
+        auto* box = qobject_cast<TRadioButtonBox*>(mode.FindItem("OperationMode"));
+        box->SetValue(1);
+        QVERIFY(page.RunSetCommand(QStringLiteral("DeviceMgmt/SetOperationMode"), mode));
+        box->SetValue(0);
+        QVERIFY(page.RunGetCommand(QStringLiteral("DeviceMgmt/GetOperationMode"), mode));
+        QCOMPARE(box->Value(), 1);
+
+        QVERIFY(!page.RunGetCommand(QStringLiteral("DeviceMgmt/NoSuchCommand"), mode));
+        QVERIFY(page.findChildren<QMessageBox*>().isEmpty());
+
+        m.ClearSelection();
+        const quint32 requests = m_sim->RequestsHandled();
+        QVERIFY(!page.RunSetCommand(QStringLiteral("DeviceMgmt/SetOperationMode"), mode));
+        QTest::qWait(50);
+        QCOMPARE(m_sim->RequestsHandled(), requests);
+        QCOMPARE(page.findChildren<QMessageBox*>().size(), 1);
+    }
+
+    void sectionCtrl_createsPagesByNameAndAnnouncesSelection()
+    {
+        TPageCreator creator;
+        QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+        TSectionCtrl ctrl(kSections, &creator);
+        QCOMPARE(creator.calls, (QStringList{"CreateNodeServicePage:LoRaWAN Services",
+                                             "CreateNodeConfigPage:LoRaWAN Configuration",
+                                             "CreateOspreyDataLinkPage:Osprey Data Link",
+                                             "CreateDeviceInfoPage:Device Information",
+                                             "CreateSettingsPage:Studio Settings", "CreateNodeTestPage:Radio Tests"}));
+        QVERIFY(Texts(lines).contains("SectionCtrl:error - couldn't create page: Ghost (CreateGhostPage)"));
+        QCOMPARE(ctrl.PageStack()->count(), 6);
+        QStringList buttons;
+        for (QPushButton* button : ctrl.findChildren<QPushButton*>("SectionCtrlButton"))
+            buttons << button->text();
+        QCOMPARE(buttons, ctrl.SectionTitles());
+        QCOMPARE(buttons, (QStringList{"LoRaWAN Services", "Osprey Services", "Device Management", "Extras"}));
+
+        TPage* first = ctrl.Page("LoRaWAN Services", "LoRaWAN Services");
+        QCOMPARE(ctrl.CurrentPage(), first);
+        QCOMPARE(ctrl.PageStack()->currentWidget(), first);
+        QCOMPARE(Recording(first)->shown, 1);
+
+        QSignalSpy selected(&ctrl, &TSectionCtrl::EvPageSelectionChanged);
+        QSignalSpy hidden(&ctrl, &TSectionCtrl::EvPageHidden);
+        ctrl.findChildren<QPushButton*>("SectionCtrlButton").at(2)->click();
+        TPage* info = ctrl.Page("Device Management", "Device Information");
+        QCOMPARE(ctrl.CurrentPage(), info);
+        QCOMPARE(hidden.count(), 1);
+        QCOMPARE(hidden.at(0).at(0).value<QWidget*>(), first);
+        QCOMPARE(selected.count(), 1);
+        QCOMPARE(selected.at(0).at(0).value<QWidget*>(), info);
+        QCOMPARE(Recording(first)->hidden, 1);
+        QVERIFY(Recording(info)->refreshSilent.isEmpty());
+
+        QVERIFY(ctrl.SelectPage(QStringLiteral("Device Management/Studio Settings")));
+        QCOMPARE(ctrl.CurrentPage()->PageName(), QStringLiteral("Studio Settings"));
+        QVERIFY(!ctrl.SelectPage(QStringLiteral("Device Management/Ghost")));
+        QVERIFY(!ctrl.SelectPage(QStringLiteral("Studio Settings")));
+        QVERIFY(ctrl.SelectPage(QStringLiteral("Device Management/Studio Settings")));
+        QCOMPARE(selected.count(), 2);
+
+        ctrl.findChildren<QListWidget*>("SectionCtrlPageList").at(3)->setCurrentRow(0);
+        QCOMPARE(ctrl.CurrentPage()->PageName(), QStringLiteral("Radio Tests"));
+        QCOMPARE(selected.count(), 3);
+
+        SetSwitches(false, true);
+        ctrl.findChildren<QPushButton*>("SectionCtrlButton").at(0)->click();
+        QCOMPARE(ctrl.CurrentPage(), first);
+        QCOMPARE(Recording(first)->refreshSilent, QList<bool>{true});
+        QCOMPARE(Texts(lines).last(), QStringLiteral("LoRaWAN Services:error - no local device selected"));
+        QVERIFY(first->findChildren<QMessageBox*>().isEmpty());
+    }
+
+    void sectionCtrl_followsTheSelectedDevice_data()
+    {
+        QTest::addColumn<QString>("firmware");
+        QTest::addColumn<bool>("lorawan");
+        QTest::addColumn<bool>("osprey");
+        QTest::newRow("Velto_LoRaWAN") << "Velto_LoRaWAN" << true << false;
+        QTest::newRow("Caravel_LoRaWAN") << "Caravel_LoRaWAN" << true << true;
+        QTest::newRow("unknown firmware") << "Acme_Modem" << false << false;
+    }
+    void sectionCtrl_followsTheSelectedDevice()
+    {
+        QFETCH(QString, firmware);
+        QFETCH(bool, lorawan);
+        QFETCH(bool, osprey);
+        SetSwitches(true, true);
+        TPageCreator creator;
+        TSectionCtrl ctrl(kSections, &creator);
+        QVERIFY(!ctrl.IsSectionOffered("LoRaWAN Services"));
+        QVERIFY(!ctrl.IsSectionOffered("Osprey Services"));
+        QVERIFY(ctrl.IsSectionOffered("Device Management"));
+        QVERIFY(ctrl.IsSectionOffered("Extras"));
+        QVERIFY(ctrl.findChildren<QPushButton*>("SectionCtrlButton").at(0)->isHidden());
+        TPage* info = ctrl.Page("Device Management", "Device Information");
+        QCOMPARE(ctrl.CurrentPage(), info);
+
+        QSignalSpy types(&ctrl, &TSectionCtrl::EvDeviceTypeChanged);
+        TRadioController* device = Discover(firmware);
+        QVERIFY(device);
+        const QString type = device->DeviceInfo().Value("DeviceType");
+        QVERIFY(!type.isEmpty());
+        QCOMPARE(ctrl.DeviceType(), type);
+        QCOMPARE(types.count(), 1);
+        QCOMPARE(Recording(ctrl.Page("Extras", "Radio Tests"))->deviceTypes, QStringList{type});
+        QCOMPARE(ctrl.IsSectionOffered("LoRaWAN Services"), lorawan);
+        QCOMPARE(ctrl.IsSectionOffered("Osprey Services"), osprey);
+        QVERIFY(ctrl.IsSectionOffered("Device Management"));
+        QCOMPARE(Recording(info)->refreshSilent, QList<bool>{true});
+        QCOMPARE(Recording(info)->refreshedWith, device);
+
+        SetSwitches(false, false);
+        QVERIFY(m.SelectDevice(m_sim->PortName()));
+        QVERIFY(ctrl.IsSectionOffered("LoRaWAN Services"));
+        QVERIFY(ctrl.IsSectionOffered("Osprey Services"));
+        QCOMPARE(types.count(), 1);
+        QCOMPARE(Recording(info)->refreshSilent.size(), 1);
+
+        SetSwitches(true, false);
+        m.ClearSelection();
+        ctrl.OnDeviceSelectionChanged(QString());
+        QCOMPARE(ctrl.DeviceType(), QString());
+        QCOMPARE(Recording(info)->cleared, 1);
+        QVERIFY(!ctrl.IsSectionOffered("LoRaWAN Services"));
+    }
+
+    void sectionCtrl_leftPanelToggleKeepsTheWidth()
+    {
+        TPageCreator creator;
+        TSectionCtrl ctrl(kSections, &creator);
+        QAction* toggle = ctrl.ToggleAction();
+        QCOMPARE(toggle->text(), QStringLiteral("Hide Left Control Panel"));
+        ctrl.show();
+        ctrl.resize(310, 400);
+        QTRY_COMPARE(ctrl.width(), 310);
+        toggle->trigger();
+        QCOMPARE(toggle->text(), QStringLiteral("Show Left Control Panel"));
+        QVERIFY(ctrl.isHidden());
+        QCOMPARE(TSettings::Instance().ReadValue("SectionControl", "PanelWidth"), QStringLiteral("310"));
+        QCOMPARE(ctrl.PanelWidth(), 310);
+        ctrl.resize(120, 400);
+        toggle->trigger();
+        QCOMPARE(toggle->text(), QStringLiteral("Hide Left Control Panel"));
+        QVERIFY(ctrl.isVisible());
+        QTRY_COMPARE(ctrl.width(), 310);
+        ctrl.OnLeftPanelToggled(true);
+        QVERIFY(toggle->isChecked());
+        QCOMPARE(toggle->text(), QStringLiteral("Show Left Control Panel"));
+    }
+};
+
+int main(int argc, char** argv)
+{
+    TestEnvironment::IsolateUserDirectories();
+    QApplication app(argc, argv);
+    TestPage test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_page.moc"
