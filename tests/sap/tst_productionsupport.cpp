@@ -1,6 +1,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "ServiceFixture.h"
 #include "TestEnvironment.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TProductionSupportSAP.h"
@@ -74,14 +75,7 @@ class TestProductionSupport : public QObject
 private slots:
     void init()
     {
-        TSettings::Instance().SetIsoFormat(true);
-        m_sim = std::make_unique<TSimModule>();
-        QVERIFY(m_sim->Open());
-        m_link = std::make_unique<TVeltoLRHCI>();
-        m_link->SetResponseTimeout(kTimeoutMs);
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
-        m_pts = std::make_unique<TProductionSupportSAP>();
-        m_pts->AttachLink(m_link.get());
+        QVERIFY(OpenServiceOverPty(m_sim, m_link, m_pts, kTimeoutMs));
     }
     void cleanup()
     {

@@ -1,6 +1,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "ServiceFixture.h"
 #include "TestEnvironment.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TDataLinkSAP.h"
@@ -55,14 +56,7 @@ class TestSensor : public QObject
 private slots:
     void init()
     {
-        TSettings::Instance().SetIsoFormat(true);
-        m_sim = std::make_unique<TSimModule>();
-        QVERIFY(m_sim->Open());
-        m_link = std::make_unique<TVeltoLRHCI>();
-        m_link->SetResponseTimeout(kTimeoutMs);
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
-        m_sensor = std::make_unique<TSensorSAP>();
-        m_sensor->AttachLink(m_link.get());
+        QVERIFY(OpenServiceOverPty(m_sim, m_link, m_sensor, kTimeoutMs));
     }
     void cleanup()
     {

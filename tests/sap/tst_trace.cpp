@@ -1,6 +1,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "ServiceFixture.h"
 #include "TestEnvironment.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TTraceEventConfig.h"
@@ -49,15 +50,8 @@ class TestTrace : public QObject
 private slots:
     void init()
     {
-        TSettings::Instance().SetIsoFormat(true);
         TTraceEventConfig::Instance().Clear();
-        m_sim = std::make_unique<TSimModule>();
-        QVERIFY(m_sim->Open());
-        m_link = std::make_unique<TVeltoLRHCI>();
-        m_link->SetResponseTimeout(kTimeoutMs);
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
-        m_trace = std::make_unique<TTraceSAP>();
-        m_trace->AttachLink(m_link.get());
+        QVERIFY(OpenServiceOverPty(m_sim, m_link, m_trace, kTimeoutMs));
     }
     void cleanup()
     {
