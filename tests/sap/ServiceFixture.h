@@ -2,6 +2,9 @@
 // What every service test starts with: a virtual module on a pseudo-terminal, a link to it, and
 // the service under test attached to that link.
 #include <QMetaMethod>
+#include <QtTest>
+
+#include <cstring>
 #include <QStringList>
 
 #include <memory>
@@ -43,4 +46,29 @@ inline QStringList CommandsWithoutSlot(const TVeltoLRSAP& sap)
             missing << name;
     }
     return missing;
+}
+
+/// Decodes every prefix of `payload` twice, the bytes behind it set to 0x00 and then to 0xFF: a
+/// decoder that reads past the payload gives two different records. The whole payload must decode.
+template <class Decode>
+void CheckEveryPrefix(const QByteArray& payload, quint8 sapId, quint8 msgId, Decode decode)
+{
+    auto run = [&](int length, char fill, TKeyValueList& record) {
+        HCIMessage message;
+        memset(message.Payload, fill, sizeof message.Payload);
+        memcpy(message.Payload, payload.constData(), size_t(length));
+        message.Length = quint16(length);
+        message.SapID = sapId;
+        message.MsgID = msgId;
+        return decode(message, record);
+    };
+    for (int length = 0; length <= payload.size(); ++length) {
+        TKeyValueList zeros;
+        TKeyValueList ones;
+        const bool okZeros = run(length, '\0', zeros);
+        QCOMPARE(run(length, '\xFF', ones), okZeros);
+        QCOMPARE(ones, zeros);
+        if (length == payload.size())
+            QVERIFY2(okZeros, qPrintable(QStringLiteral("MsgID 0x%1 does not decode in full").arg(msgId, 2, 16, QLatin1Char('0'))));
+    }
 }

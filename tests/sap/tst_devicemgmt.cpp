@@ -382,29 +382,14 @@ private slots:
         QFETCH(QByteArray, payload);
         m_dm->SetDeveloperDecoding(true);
         // The bytes behind the payload differ between two runs: a decoder that reads them shows it.
-        auto decode = [&](int length, char fill, TKeyValueList& record) {
-            HCIMessage message;
-            memset(message.Payload, fill, sizeof message.Payload);
-            memcpy(message.Payload, payload.constData(), size_t(length));
-            message.Length = quint16(length);
-            message.SapID = 0x01;
-            message.MsgID = msgId;
+        CheckEveryPrefix(payload, 0x01, msgId, [&](const HCIMessage& message, TKeyValueList& record) {
             if (!event)
-                return m_dm->DecodeResponse(msgId, message.Payload, length, record);
+                return m_dm->DecodeResponse(msgId, message.Payload, message.Length, record);
             QSignalSpy powerUp(m_dm.get(), &TVeltoLRDeviceMgmt::EvDeviceMgmt_PowerUpEvent);
             QSignalSpy alarm(m_dm.get(), &TVeltoLRDeviceMgmt::EvDeviceMgmt_RTCAlarmEvent);
             const bool handled = m_dm->ProcessHCIMessage(message, record);
             return handled && powerUp.size() + alarm.size() == 1;
-        };
-        for (int length = 0; length <= payload.size(); ++length) {
-            TKeyValueList zeros;
-            TKeyValueList ones;
-            const bool okZeros = decode(length, '\0', zeros);
-            QCOMPARE(decode(length, '\xFF', ones), okZeros);
-            QCOMPARE(ones, zeros);
-            if (length == payload.size())
-                QVERIFY(okZeros);
-        }
+        });
     }
 };
 

@@ -312,27 +312,12 @@ private slots:
         QFETCH(bool, event);
         QFETCH(QByteArray, payload);
         // The bytes behind the payload differ between two runs: a decoder that reads them shows it.
-        auto decode = [&](int length, char fill, TKeyValueList& record) {
-            HCIMessage message;
-            memset(message.Payload, fill, sizeof message.Payload);
-            memcpy(message.Payload, payload.constData(), size_t(length));
-            message.Length = quint16(length);
-            message.SapID = 0xA1;
-            message.MsgID = msgId;
+        CheckEveryPrefix(payload, 0xA1, msgId, [&](const HCIMessage& message, TKeyValueList& record) {
             if (!event)
-                return m_pts->DecodeResponse(msgId, message.Payload, length, record);
+                return m_pts->DecodeResponse(msgId, message.Payload, message.Length, record);
             QSignalSpy events(m_pts.get(), &TProductionSupportSAP::EvProductionSupport_TestPacketEvent);
             return m_pts->ProcessHCIMessage(message, record) && events.size() == 1;
-        };
-        for (int length = 0; length <= payload.size(); ++length) {
-            TKeyValueList zeros;
-            TKeyValueList ones;
-            const bool okZeros = decode(length, '\0', zeros);
-            QCOMPARE(decode(length, '\xFF', ones), okZeros);
-            QCOMPARE(ones, zeros);
-            if (length == payload.size())
-                QVERIFY(okZeros);
-        }
+        });
         HCIMessage response;
         response.MsgID = 0x02;
         TKeyValueList record;
