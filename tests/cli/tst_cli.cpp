@@ -102,6 +102,10 @@ private slots:
         run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
         QCOMPARE(run.exitCode, 2);
         QVERIFY(run.err.contains(QStringLiteral("\"DateTime\" is not Key=Value")));
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("LoRaWAN/SendUData"),
+                   QStringLiteral("LoRaPort=0x0A"), QStringLiteral("Payload=01 0G")});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err, QStringLiteral("LoRaWAN/SendUData: error - invalid hex byte list for Payload: \"01 0G\"\n"));
         run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("GetRTC")});
         QCOMPARE(run.exitCode, 2);
         run = Cli({QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetRTC")});
