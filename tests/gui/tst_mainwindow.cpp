@@ -15,6 +15,9 @@
 #include "gui/TSectionCtrl.h"
 #include "gui/pages/TDeviceInfoPage.h"
 #include "gui/pages/THCILoggingPage.h"
+#include "gui/pages/TRTCPage.h"
+#include "gui/pages/TSettingsPage.h"
+#include <QListWidget>
 #include "hci/TVeltoLRHCI.h"
 #include "settings/TSettings.h"
 #include "status/TStatusLog.h"
@@ -152,6 +155,50 @@ private slots:
 
         manager.RemoveExtraPort(sim.PortName());
         manager.ResetBlockedPorts(true);
+    }
+
+    void clockAndSettingsPages_workAgainstAModule()
+    {
+        TSimModule sim;
+        QVERIFY(sim.Open());
+        TMainWindow window;
+        TDeviceManager& manager = TDeviceManager::Instance();
+        auto* settings = qobject_cast<TSettingsPage*>(window.Sections()->Page(QStringLiteral("Device Management"), QStringLiteral("Studio Settings")));
+        QVERIFY(settings);
+        QVERIFY(settings->AddExtraPort(sim.PortName()));
+        QVERIFY(!settings->AddExtraPort(sim.PortName()));
+        QCOMPARE(settings->ExtraPortList()->count(), 1);
+        QVERIFY(!settings->AddPattern(QStringLiteral("VID_0403.PID_6001.*")));   // a default pattern already
+        QVERIFY(settings->AddPattern(QStringLiteral("VID_1234.PID_0001")));
+        QVERIFY(settings->PatternList()->findItems(QStringLiteral("VID_1234.PID_0001"), Qt::MatchExactly).size() == 1);
+        manager.RemoveVidPidPattern(QStringLiteral("VID_1234.PID_0001"));
+        QTRY_VERIFY(manager.DeviceByPort(sim.PortName()));
+
+        auto* rtc = qobject_cast<TRTCPage*>(window.Sections()->Page(QStringLiteral("Device Management"), QStringLiteral("Real Time Clock")));
+        QVERIFY(rtc);
+        auto* dateTime = qobject_cast<QLineEdit*>(rtc->Group(QStringLiteral("Clock"))->FindItem(QStringLiteral("DateTime")));
+        dateTime->setText(QStringLiteral("2031-02-03 04:05:06"));
+        rtc->Button(QStringLiteral("Set"))->click();
+        rtc->Button(QStringLiteral("Get"))->click();
+        QVERIFY2(dateTime->text().startsWith(QStringLiteral("2031-02-03 04:05:0")), qPrintable(dateTime->text()));
+        rtc->Button(QStringLiteral("Sync"))->click();
+        QVERIFY(Field(rtc->Group(QStringLiteral("Clock")), "TargetTime").startsWith(QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"))));
+        rtc->Button(QStringLiteral("Set Alarm"))->click();
+        rtc->Button(QStringLiteral("Get Alarm"))->click();
+        QCOMPARE(Field(rtc->Group(QStringLiteral("Alarm State")), "Status"), QStringLiteral("Active"));
+        QCOMPARE(Field(rtc->Group(QStringLiteral("Alarm State")), "CurrentAlarm"), QStringLiteral("12:00:00"));
+
+        // A port that never answers ends up blocked; "Discover Devices" frees it for the next tick.
+        manager.RemoveExtraPort(sim.PortName());
+        manager.ResetBlockedPorts(true);
+        settings->AddExtraPort(QStringLiteral("/dev/tessera-missing"));
+        for (int i = 0; i <= 3 * TVeltoLRHCI::NumDiscoveryRates(); ++i)
+            manager.DiscoveryTick();
+        settings->RefreshPage();
+        QCOMPARE(settings->BlockedPortList()->count(), 1);
+        settings->DiscoverDevices();
+        QCOMPARE(settings->BlockedPortList()->count(), 0);
+        manager.RemoveExtraPort(QStringLiteral("/dev/tessera-missing"));
     }
 
     void noDevice_statusLineAndBox()
