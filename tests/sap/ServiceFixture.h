@@ -2,6 +2,7 @@
 // What every service test starts with: a virtual module on a pseudo-terminal, a link to it, and
 // the service under test attached to that link.
 #include <QMetaMethod>
+#include <QSignalSpy>
 #include <QtTest>
 
 #include <cstring>
@@ -13,6 +14,70 @@
 #include "sap/TVeltoLRSAP.h"
 #include "settings/TSettings.h"
 #include "tools/sim/TSimModule.h"
+
+/// How long a service test waits for the virtual module.
+constexpr int kTimeoutMs = 3000;
+
+/// "01 02 AB" as bytes.
+inline QByteArray Bytes(const char* hex)
+{
+    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
+}
+
+inline TKeyValueList Params(std::initializer_list<std::pair<const char*, QString>> items)
+{
+    TKeyValueList list;
+    for (const auto& item : items)
+        list.Append(QLatin1String(item.first), item.second);
+    return list;
+}
+
+/// Calls a command slot the way the controller does: by name, with the controller's argument types
+/// (the parameter-only form, else the one that also gives a result).
+inline bool Invoke(QObject* sap, const char* name, const TKeyValueList& params, TKeyValueList* result = nullptr)
+{
+    bool ok = false;
+    TKeyValueList ignored;
+    const QByteArray parametersOnly = QMetaObject::normalizedSignature((QByteArray(name) + "(TKeyValueList)").constData());
+    if (!result && sap->metaObject()->indexOfMethod(parametersOnly.constData()) >= 0)
+        return QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params)) && ok;
+    return QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params),
+                                     Q_ARG(TKeyValueList&, result ? *result : ignored))
+        && ok;
+}
+
+/// The decoded part of an event record: without "HostTime" and "Port", and a "Time" that repeats
+/// the host time shown as HOST.
+inline QString EventText(const QSignalSpy& spy, int index)
+{
+    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
+    const QString hostTime = record.Value(QStringLiteral("HostTime"));
+    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
+        record.remove(0, 2);
+    for (TKeyValueList::Item& item : record)
+        if (item.first == QLatin1String("Time") && item.second == hostTime)
+            item.second = QStringLiteral("HOST");
+    return record.ToText(QStringLiteral("|"));
+}
+
+/// A refused call: false, the expected text, and nothing reached the module.
+template <class Call>
+void CheckRefusedBeforeSending(TSimModule& sim, const TVeltoLRSAP& sap, Call call, const QString& error)
+{
+    QSignalSpy requests(&sim, &TSimModule::RequestReceived);
+    QVERIFY(!call());
+    QCOMPARE(sap.ResultText(), error);
+    QTest::qWait(20);
+    QCOMPARE(requests.size(), 0);
+}
+
+template <class Sap>
+void CloseServiceOverPty(std::unique_ptr<TSimModule>& sim, std::unique_ptr<TVeltoLRHCI>& link, std::unique_ptr<Sap>& sap)
+{
+    sap.reset();
+    link.reset();
+    sim.reset();
+}
 
 template <class Sap>
 bool OpenServiceOverPty(std::unique_ptr<TSimModule>& sim, std::unique_ptr<TVeltoLRHCI>& link, std::unique_ptr<Sap>& sap, int timeoutMs)

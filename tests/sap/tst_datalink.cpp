@@ -11,23 +11,9 @@
 #include "tools/sim/TSimModule.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
 const char* const kExampleKey = "3A-7F-C2-19-5B-E0-44-9D-81-6C-2F-B3-D7-08-A5-6E";
 // 2026-03-14 15:09:26 in the module's packed clock format.
 const char* const kRtcBytes = "5A 32 CF 69";
-
-QByteArray Bytes(const char* hex)
-{
-    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
-}
-
-TKeyValueList Params(std::initializer_list<std::pair<const char*, QString>> items)
-{
-    TKeyValueList list;
-    for (const auto& item : items)
-        list.Append(QLatin1String(item.first), item.second);
-    return list;
-}
 
 /// SF7, 125 kHz, 4/5, receiver always on, trailer on, AES on.
 TKeyValueList RadioConfig()
@@ -35,26 +21,6 @@ TKeyValueList RadioConfig()
     return Params({{"NVM", "1"}, {"RadioMode", "0"}, {"RxGroupAddress", "0x10"}, {"RxDeviceAddress", "0x1234"}, {"Modulation", "0"},
                    {"Frequency", "14245888"}, {"Bandwidth", "0"}, {"Spreading", "7"}, {"ErrorCoding", "1"}, {"PowerLevel", "-2"},
                    {"RxCtrl", "0x01"}, {"RxWindow", "500"}, {"ExtraOptions", "0x03"}, {"FSKDataRate", "2"}});
-}
-
-bool Invoke(QObject* sap, const char* name, const TKeyValueList& params)
-{
-    bool ok = false;
-    return QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params)) && ok;
-}
-
-/// The decoded part of an event record: without "HostTime" and "Port", and a "Time" that repeats
-/// the host time shown as HOST.
-QString EventText(const QSignalSpy& spy, int index)
-{
-    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
-    const QString hostTime = record.Value(QStringLiteral("HostTime"));
-    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
-        record.remove(0, 2);
-    for (TKeyValueList::Item& item : record)
-        if (item.first == QLatin1String("Time") && item.second == hostTime)
-            item.second = QStringLiteral("HOST");
-    return record.ToText(QStringLiteral("|"));
 }
 
 bool NearNow(const QString& time)
@@ -79,12 +45,7 @@ private slots:
     {
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_dl, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_dl.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_dl); }
 
     void commands_areInvokableSlots()
     {
@@ -327,11 +288,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
-        QVERIFY(!Invoke(m_dl.get(), command.constData(), params));
-        QCOMPARE(m_dl->ResultText(), error);
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_sim, *m_dl, [&] { return Invoke(m_dl.get(), command.constData(), params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

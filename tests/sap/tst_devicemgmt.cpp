@@ -10,33 +10,10 @@
 #include "tools/sim/TSimModule.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
-
-QByteArray Bytes(const char* hex)
-{
-    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
-}
-
-TKeyValueList Params(std::initializer_list<std::pair<const char*, const char*>> items)
-{
-    TKeyValueList list;
-    for (const auto& item : items)
-        list.Append(QLatin1String(item.first), QLatin1String(item.second));
-    return list;
-}
-
 /// Firmware information as the module sends it (status byte first).
 QByteArray FirmwareInfo(const QByteArray& text, int buildDateBytes = 10)
 {
     return Bytes("00 04 02 75 00") + QByteArray("2026-11-02").left(buildDateBytes) + text;
-}
-
-/// Calls a command slot the way the controller does: by name, with the controller's argument types.
-bool Invoke(QObject* sap, const char* name, const TKeyValueList& params)
-{
-    bool ok = false;
-    const bool found = QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params));
-    return found && ok;
 }
 }
 
@@ -55,12 +32,7 @@ private slots:
     {
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_dm, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_dm.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_dm); }
 
     void commandTable_everyCommandIsAnInvokableSlot()
     {
@@ -346,11 +318,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
-        QVERIFY(!Invoke(m_dm.get(), command.constData(), params));
-        QCOMPARE(m_dm->ResultText(), error);
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_sim, *m_dm, [&] { return Invoke(m_dm.get(), command.constData(), params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

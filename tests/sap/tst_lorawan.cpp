@@ -11,23 +11,9 @@
 #include "tools/sim/TSimModule.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
 const char* const kEUI = "70-B3-D5-7E-D0-00-00-01";
 const char* const kKey = "000102030405060708090A0B0C0D0E0F";
 const char* const kKeyOctets = "00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F";
-
-QByteArray Bytes(const char* hex)
-{
-    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
-}
-
-TKeyValueList Params(std::initializer_list<std::pair<const char*, QString>> items)
-{
-    TKeyValueList list;
-    for (const auto& item : items)
-        list.Append(QLatin1String(item.first), item.second);
-    return list;
-}
 
 TKeyValueList Slice(const TKeyValueList& list, int position, int count)
 {
@@ -35,26 +21,6 @@ TKeyValueList Slice(const TKeyValueList& list, int position, int count)
     for (int i = position; i < position + count && i < list.size(); ++i)
         part.append(list.at(i));
     return part;
-}
-
-/// Calls a command slot the way the controller does: by name, with the controller's argument types.
-bool Invoke(QObject* sap, const char* name, const TKeyValueList& params)
-{
-    bool ok = false;
-    TKeyValueList result;
-    const bool found = qstrcmp(name, "GetMulticastConfig") == 0
-        ? QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params), Q_ARG(TKeyValueList&, result))
-        : QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params));
-    return found && ok;
-}
-
-/// The decoded part of an event record (without "HostTime" and "Port").
-QString EventText(const QSignalSpy& spy, int index)
-{
-    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
-    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
-        record.remove(0, 2);
-    return record.ToText(QStringLiteral("|"));
 }
 }
 
@@ -77,12 +43,7 @@ private slots:
     {
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_lw, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_lw.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_lw); }
 
     void commandTable_everyCommandIsAnInvokableSlot()
     {
@@ -407,11 +368,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
-        QVERIFY(!Invoke(m_lw.get(), command.constData(), params));
-        QCOMPARE(m_lw->ResultText(), error);
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_sim, *m_lw, [&] { return Invoke(m_lw.get(), command.constData(), params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

@@ -11,21 +11,6 @@
 #include "tools/sim/TSimProductionSupport.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
-
-QByteArray Bytes(const char* hex)
-{
-    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
-}
-
-TKeyValueList Params(std::initializer_list<std::pair<const char*, QString>> items)
-{
-    TKeyValueList list;
-    for (const auto& item : items)
-        list.Append(QLatin1String(item.first), item.second);
-    return list;
-}
-
 /// 869.5 MHz, LoRa SF7 125 kHz 4/5, 14 dBm.
 TKeyValueList Radio(const char* testMode = nullptr)
 {
@@ -41,24 +26,6 @@ TKeyValueList TestMessage(const QString& payload)
     TKeyValueList message = Radio();
     message.Append(QStringLiteral("Payload"), payload);
     return message;
-}
-
-/// Calls a command slot the way the controller does: by name, with the controller's argument types.
-bool Invoke(QObject* sap, const char* name, const TKeyValueList& params, TKeyValueList* result = nullptr)
-{
-    bool ok = false;
-    TKeyValueList ignored;
-    if (result)
-        return QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params), Q_ARG(TKeyValueList&, *result)) && ok;
-    return QMetaObject::invokeMethod(sap, name, Qt::DirectConnection, Q_RETURN_ARG(bool, ok), Q_ARG(TKeyValueList, params)) && ok;
-}
-
-QString EventText(const QSignalSpy& spy, int index)
-{
-    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
-    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
-        record.remove(0, 2);
-    return record.ToText(QStringLiteral("|"));
 }
 }
 
@@ -77,12 +44,7 @@ private slots:
     {
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_pts, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_pts.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_pts); }
 
     void requestBytes_data()
     {
@@ -275,11 +237,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
-        QVERIFY(!Invoke(m_pts.get(), command.constData(), params));
-        QCOMPARE(m_pts->ResultText(), error);
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_sim, *m_pts, [&] { return Invoke(m_pts.get(), command.constData(), params); }, error);
     }
 
     void queries_withMissingIdentifier_nothingSent()

@@ -11,35 +11,12 @@
 #include "tools/sim/TSimSensor.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
 // 2026-03-14 15:09:26 in the module's packed clock format.
 const char* const kRtcBytes = "5A 32 CF 69";
-
-QByteArray Bytes(const char* hex)
-{
-    return QByteArray::fromHex(QByteArray(hex).replace(' ', ""));
-}
-
-TKeyValueList Params(std::initializer_list<std::pair<const char*, QString>> items)
-{
-    TKeyValueList list;
-    for (const auto& item : items)
-        list.Append(QLatin1String(item.first), item.second);
-    return list;
-}
 
 TKeyValueList Config(const char* mode, const char* options, const char* period)
 {
     return Params({{"Mode", mode}, {"Options", options}, {"TxPeriod", period}, {"RxTimeout", "1000"}});
-}
-
-/// The decoded part of an event record (without "HostTime" and "Port").
-QString EventText(const QSignalSpy& spy, int index)
-{
-    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
-    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
-        record.remove(0, 2);
-    return record.ToText(QStringLiteral("|"));
 }
 }
 
@@ -58,12 +35,7 @@ private slots:
     {
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_sensor, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_sensor.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_sensor); }
 
     void configuration_bytesAndReadBack()
     {
@@ -170,11 +142,7 @@ private slots:
     {
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
-        QVERIFY(!m_sensor->SetSensorConfig(params));
-        QCOMPARE(m_sensor->ResultText(), error);
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_sim, *m_sensor, [&] { return m_sensor->SetSensorConfig(params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

@@ -12,8 +12,6 @@
 #include "tools/sim/TSimTrace.h"
 
 namespace {
-constexpr int kTimeoutMs = 3000;
-
 QString Data(const char* name)
 {
     return QStringLiteral(TESSERA_TEST_DATA "/") + QLatin1String(name);
@@ -26,14 +24,6 @@ QStringList Lines(const QSignalSpy& spy)
     for (const QList<QVariant>& line : spy)
         lines << line.first().toString().section(QLatin1Char(';'), 2);
     return lines;
-}
-
-QString EventText(const QSignalSpy& spy, int index)
-{
-    TKeyValueList record = spy.at(index).first().value<TKeyValueList>();
-    if (record.size() >= 2 && record.first().first == QLatin1String("HostTime"))
-        record.remove(0, 2);
-    return record.ToText(QStringLiteral("|"));
 }
 }
 
@@ -53,12 +43,7 @@ private slots:
         TTraceEventConfig::Instance().Clear();
         QVERIFY(OpenServiceOverPty(m_sim, m_link, m_trace, kTimeoutMs));
     }
-    void cleanup()
-    {
-        m_trace.reset();
-        m_link.reset();
-        m_sim.reset();
-    }
+    void cleanup() { CloseServiceOverPty(m_sim, m_link, m_trace); }
 
     void configuration_loading_data()
     {
