@@ -194,12 +194,6 @@ bool TDataLinkSAP::ProcessHCIMessage(const HCIMessage& message, TKeyValueList& r
 
 // ---- responses ----
 
-bool TDataLinkSAP::TooShort(int length)
-{
-    SetErrorText(QStringLiteral("error - response too short (%1 bytes)").arg(length));
-    return false;
-}
-
 bool TDataLinkSAP::DecodeResponse(quint8 rspMsgId, const quint8* payload, int length, TKeyValueList& record)
 {
     if (length < 1)

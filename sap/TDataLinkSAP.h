@@ -44,7 +44,6 @@ public slots:
 private:
     bool SendLayout(quint8 reqMsgId, const TFieldLayoutEntry* layout, const TKeyValueList& params, bool configChange);
     bool Query(quint8 reqMsgId, TKeyValueList& resultList);
-    bool TooShort(int length);
     static void DecodeRxEvent(const char* type, const quint8* payload, int length, TKeyValueList& record);
     static void DecodeTxEvent(const char* type, const quint8* payload, int length, TKeyValueList& record);
     static void AppendTrailer(const quint8* payload, int length, int offset, TKeyValueList& record);

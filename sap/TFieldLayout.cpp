@@ -73,6 +73,15 @@ bool ParseDateTime(const QString& text, QDateTime& time)
 
 namespace TFieldLayout {
 
+int RequiredFields(const TFieldLayoutEntry* layout)
+{
+    int required = 0;
+    for (int i = 0; layout && layout[i].name; ++i)
+        if (!QLatin1String(layout[i].name).contains(QLatin1String("Optional:")))
+            required = i + 1;
+    return required;
+}
+
 QString FieldName(const char* name)
 {
     QString field = QString::fromLatin1(name);

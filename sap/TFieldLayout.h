@@ -21,6 +21,9 @@ int Decode(const TFieldLayoutEntry* layout, const QByteArray& payload, int offse
 /// unparsable or out-of-range value.
 bool Pack(const TFieldLayoutEntry* layout, const TKeyValueList& params, QByteArray& payload, QString& error);
 
+/// Number of records a layout must yield: up to its last field that is not optional.
+int RequiredFields(const TFieldLayoutEntry* layout);
+
 /// Field name without its "Optional:" prefix.
 QString FieldName(const char* name);
 

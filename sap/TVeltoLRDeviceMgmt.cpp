@@ -139,16 +139,6 @@ QString Text(const quint8* p, int size)
     return text;
 }
 
-/// Number of items a layout must yield: up to its last field that is not optional.
-int RequiredItems(const TFieldLayoutEntry* layout)
-{
-    int required = 0;
-    for (int i = 0; layout[i].name; ++i)
-        if (!QLatin1String(layout[i].name).contains(QLatin1String("Optional:")))
-            required = i + 1;
-    return required;
-}
-
 /// Firmware fields after the status byte, as far as the payload holds them.
 void DecodeFirmwareFields(const quint8* payload, int length, TKeyValueList& record)
 {
@@ -188,22 +178,6 @@ TVeltoLRDeviceMgmt::TVeltoLRDeviceMgmt(QObject* parent)
 }
 
 // ---- decoding ----
-
-bool TVeltoLRDeviceMgmt::TooShort(int length)
-{
-    SetErrorText(QStringLiteral("error - response too short (%1 bytes)").arg(length));
-    return false;
-}
-
-bool TVeltoLRDeviceMgmt::DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record)
-{
-    TKeyValueList fields;
-    TFieldLayout::Decode(layout, payload, length, 1, fields);
-    if (fields.size() < RequiredItems(layout))
-        return TooShort(length);
-    record += fields;
-    return true;
-}
 
 bool TVeltoLRDeviceMgmt::DecodeDeviceInfo(const quint8* payload, int length, TKeyValueList& record)
 {

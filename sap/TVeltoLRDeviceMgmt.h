@@ -75,8 +75,6 @@ private:
     bool DecodeFirmwareInfo(const quint8* payload, int length, TKeyValueList& record);
     bool DecodeDeviceStatus(const quint8* payload, int length, TKeyValueList& record);
     bool DecodeRtcAlarm(const quint8* payload, int length, TKeyValueList& record);
-    bool DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record);
-    bool TooShort(int length);
 
     bool m_developerDecoding = false;
     bool m_fwVersionKnown = false;

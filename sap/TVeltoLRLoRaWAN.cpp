@@ -206,16 +206,6 @@ const TEventEntry kEventTable[] = {
 constexpr int kMulticastAddressOffset = 2;
 constexpr qint64 kGpsEpochSecsSinceUnix = 315964800;   // 1980-01-06 00:00:00 UTC
 
-/// Number of items a layout must yield: up to its last field that is not optional.
-int RequiredItems(const TFieldLayoutEntry* layout)
-{
-    int required = 0;
-    for (int i = 0; layout[i].name; ++i)
-        if (!QLatin1String(layout[i].name).contains(QLatin1String("Optional:")))
-            required = i + 1;
-    return required;
-}
-
 /// Optional fields are sent in order: one may only be given when those before it are.
 QString OptionalGap(const TFieldLayoutEntry* layout, const TKeyValueList& params)
 {
@@ -242,29 +232,13 @@ TVeltoLRLoRaWAN::TVeltoLRLoRaWAN(QObject* parent)
 
 // ---- decoding ----
 
-bool TVeltoLRLoRaWAN::TooShort(int length)
-{
-    SetErrorText(QStringLiteral("error - response too short (%1 bytes)").arg(length));
-    return false;
-}
-
-bool TVeltoLRLoRaWAN::DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record)
-{
-    TKeyValueList fields;
-    TFieldLayout::Decode(layout, payload, length, 1, fields);
-    if (fields.size() < RequiredItems(layout))
-        return TooShort(length);
-    record += fields;
-    return true;
-}
-
 bool TVeltoLRLoRaWAN::DecodeRepeated(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record)
 {
     TKeyValueList entries;
     for (int offset = 1; offset < length;) {
         TKeyValueList entry;
         offset = TFieldLayout::Decode(layout, payload, length, offset, entry);
-        if (entry.size() < RequiredItems(layout))
+        if (entry.size() < TFieldLayout::RequiredFields(layout))
             return TooShort(length);
         entries += entry;
     }

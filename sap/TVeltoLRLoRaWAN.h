@@ -70,9 +70,7 @@ private:
     bool Command(quint8 reqMsgId, bool configChange);
     bool Query(quint8 reqMsgId, TKeyValueList& resultList, const QByteArray& payload = QByteArray());
     bool SendMacCommand(const TKeyValueList& itemList, const char* service);
-    bool DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record);
     bool DecodeRepeated(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record);
-    bool TooShort(int length);
     static void DecodeInvalidData(const quint8* payload, int length, bool multicast, TKeyValueList& record);
     static void DecodeNetworkTime(const quint8* payload, int length, TKeyValueList& record);
 };

@@ -1,6 +1,7 @@
 #include "sap/TVeltoLRSAP.h"
 
 #include "hci/TVeltoLRHCI.h"
+#include "sap/TFieldLayout.h"
 
 TVeltoLRSAP::TVeltoLRSAP(quint8 sapId, const TCodeTableEntry* statusTable, const QString& name, QObject* parent)
     : QObject(parent)
@@ -76,6 +77,22 @@ QString TVeltoLRSAP::ResultText() const
     if (!m_statusValid)
         return TVeltoLRHCI::ResultText(m_hciResult);
     return CodeLookup(m_statusTable, m_status);
+}
+
+bool TVeltoLRSAP::TooShort(int length)
+{
+    SetErrorText(QStringLiteral("error - response too short (%1 bytes)").arg(length));
+    return false;
+}
+
+bool TVeltoLRSAP::DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record)
+{
+    TKeyValueList fields;
+    TFieldLayout::Decode(layout, payload, length, 1, fields);
+    if (fields.size() < TFieldLayout::RequiredFields(layout))
+        return TooShort(length);
+    record += fields;
+    return true;
 }
 
 void TVeltoLRSAP::SetErrorText(const QString& text)

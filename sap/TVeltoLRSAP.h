@@ -56,6 +56,11 @@ public:
     virtual bool ProcessHCIMessage(const HCIMessage& message, TKeyValueList& record);
 
 protected:
+    /// Reports a response whose data ends early; always false.
+    bool TooShort(int length);
+    /// Appends the fields of `layout` from a response (after its status byte); false when the
+    /// response is too short for the fields that are not optional.
+    bool DecodeFixed(const TFieldLayoutEntry* layout, const quint8* payload, int length, TKeyValueList& record);
     void RegisterCommandTable(const TCommandTableEntry* table);
     void RegisterMessageNameTable(const TCodeTableEntry* table);
 
