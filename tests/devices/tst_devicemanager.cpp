@@ -17,6 +17,14 @@ std::unique_ptr<TSimModule> StartSim(const QString& firmwareName)
     return sim->Open() ? std::move(sim) : nullptr;
 }
 
+/// A stable name for the module's port: pseudo-terminal numbers are reused at once by other
+/// processes, so a closed module's /dev/pts path may reappear; this link vanishes with the module.
+QString LinkedPort(TSimModule& sim, const QTemporaryDir& dir)
+{
+    const QString path = dir.filePath(QStringLiteral("module"));
+    return sim.CreateLink(path) ? path : QString();
+}
+
 QStringList StatusTexts(const QSignalSpy& lines)
 {
     QStringList texts;
@@ -89,7 +97,9 @@ private slots:
     void unplugged_removedOnTheThirdTick()
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
-        const QString port = sim->PortName();
+        QTemporaryDir dir;
+        const QString port = LinkedPort(*sim, dir);
+        QVERIFY(!port.isEmpty());
         m.AddExtraPort(port);
         m.DiscoveryTick();
         TRadioController* device = m.DeviceByPort(port);
@@ -149,7 +159,9 @@ private slots:
     void parked_keepsItsPortUntilItVanishes()
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
-        const QString port = sim->PortName();
+        QTemporaryDir dir;
+        const QString port = LinkedPort(*sim, dir);
+        QVERIFY(!port.isEmpty());
         m.AddExtraPort(port);
         m.DiscoveryTick();
         m.ParkDevice(port);
