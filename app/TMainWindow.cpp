@@ -20,7 +20,7 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
-#include "app/TSystemMemory.h"
+#include "base/TSystemMemory.h"
 #include "app/TThemes.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"

@@ -8,7 +8,9 @@
 #include "devices/TDeviceManager.h"
 #include "gui/TSectionCtrl.h"
 #include "gui/pages/TDeviceInfoPage.h"
+#ifdef TESSERA_DEMO
 #include "tools/sim/TSimModule.h"
+#endif
 
 int main(int argc, char* argv[])
 {
@@ -16,13 +18,14 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("tessera"));
     QApplication::setApplicationVersion(QStringLiteral(TESSERA_VERSION));
 
+    auto* window = new TMainWindow;
+#ifdef TESSERA_DEMO
     std::unique_ptr<TSimModule> demo;
     if (app.arguments().contains(QStringLiteral("--demo"))) {
         demo = std::make_unique<TSimModule>();
         if (!demo->Open())
             demo.reset();
     }
-    auto* window = new TMainWindow;
     if (demo) {
         // A newcomer lands on the module's information as soon as it is found.
         const QString port = demo->PortName();
@@ -33,13 +36,12 @@ int main(int argc, char* argv[])
             if (auto* page = qobject_cast<TDeviceInfoPage*>(window->Sections()->CurrentPage()))
                 page->OnGet();
         });
-        TDeviceManager::Instance().AddExtraPort(port);
+        TDeviceManager::Instance().AddTemporaryPort(port);   // never written to the settings
     }
+#endif
     window->resize(1440, 900);   // the size it keeps where no window manager maximizes it
     window->showMaximized();
     const int rc = app.exec();
-    if (demo)
-        TDeviceManager::Instance().RemoveExtraPort(demo->PortName());   // a demo port must not outlive the run
     delete window;
     return rc;
 }

@@ -4,6 +4,7 @@
 
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
+#include "devices/TControllerFactory.h"
 #include "firmware/TFirmwareSupport.h"
 #include "sap/TTraceEventConfig.h"
 #include "sap/TTraceSAP.h"
@@ -34,9 +35,10 @@ void RegisterAll()
     // firmware name        prototype
     static TLoRaWANEndNode lorawan;
     static TExtLoRaWANEndNode extended;
-    support.RegisterPrototype(QStringLiteral("Velto_LoRaWAN"), &lorawan);
-    support.RegisterPrototype(QStringLiteral("Velto_Wavelet24"), &lorawan);
-    support.RegisterPrototype(QStringLiteral("Caravel_LoRaWAN"), &extended);
+    TControllerFactory& factory = TControllerFactory::Instance();
+    factory.RegisterPrototype(QStringLiteral("Velto_LoRaWAN"), &lorawan);
+    factory.RegisterPrototype(QStringLiteral("Velto_Wavelet24"), &lorawan);
+    factory.RegisterPrototype(QStringLiteral("Caravel_LoRaWAN"), &extended);
 }
 
 }

@@ -5,8 +5,8 @@
 #include <QSerialPortInfo>
 #include <QTimerEvent>
 
+#include "devices/TModuleOpener.h"
 #include "devices/TRadioController.h"
-#include "firmware/TFirmwareSupport.h"
 #include "settings/TSettings.h"
 #include "status/TStatusLog.h"
 
@@ -82,7 +82,7 @@ QStringList TDeviceManager::AvailablePorts()
 QStringList TDeviceManager::PresentPorts() const
 {
     QStringList present = m_source->PresentPorts();
-    for (const QString& port : m_extraPorts)
+    for (const QString& port : m_extraPorts + m_temporaryPorts)
         if (!present.contains(port) && port.startsWith(QLatin1Char('/')) && QFileInfo::exists(port))
             present << port;
     return present;
@@ -138,7 +138,7 @@ void TDeviceManager::DiscoveryTick()
             candidates << PortsMatching(pattern);
     if (m_defaultPatterns.isEmpty() && m_extraPatterns.isEmpty())
         candidates = m_source->PresentPorts();
-    candidates << m_extraPorts;
+    candidates << m_extraPorts << m_temporaryPorts;
 
     for (const QString& port : qAsConst(candidates))
         if (IsNew(port))
@@ -146,6 +146,8 @@ void TDeviceManager::DiscoveryTick()
 
     QList<TRadioController*> marked;
     for (TRadioController* c : qAsConst(m_active)) {
+        if (c->IsBusy())
+            continue;   // its request is still waiting: judged on a later tick
         if (Present(PresentPorts(), c->PortName())) {
             c->SetPresence(TRadioController::kPresenceTicks);
         } else if (c->Presence() > 0) {
@@ -175,7 +177,7 @@ void TDeviceManager::DiscoveryTick()
     }
     for (TRadioController* c : qAsConst(gone)) {
         m_parked.removeAll(c);
-        delete c;
+        c->DeleteWhenIdle();
     }
     m_inTick = false;
 }
@@ -206,12 +208,13 @@ void TDeviceManager::TryOpen(const QString& port)
         return;
     }
 
-    const TKeyValueList info = probe->DeviceInfo();
-    const QString baudrate = info.Value(QStringLiteral("Baudrate"));
+    QString error;
+    TRadioController* controller = TModuleOpener::Open(*probe, &error);
     delete probe;
-    TRadioController* controller = TFirmwareSupport::Instance().CreateController(info);
-    controller->SetDeviceInfo(info);
-    controller->Open(port, baudrate);
+    if (!controller) {
+        Report(QStringLiteral("error - couldn't open device on com port %1: %2").arg(port, error));
+        return;
+    }
     m_active << controller;
     if (m_active.size() == 1)
         SelectDevice(port);
@@ -243,7 +246,7 @@ void TDeviceManager::RemoveDevice(TRadioController* controller, bool block)
     Report(QStringLiteral("radio disconnected on: ") + port);
     Detach(controller);
     emit EvLocalDeviceRemoved(port);
-    delete controller;
+    controller->DeleteWhenIdle();
 }
 
 void TDeviceManager::ParkDevice(TRadioController* controller)
@@ -274,7 +277,8 @@ void TDeviceManager::ResetBlockedPorts(bool deleteAll)
     if (!deleteAll)
         return;
     m_selected = nullptr;
-    qDeleteAll(m_active);
+    for (TRadioController* c : qAsConst(m_active))
+        c->DeleteWhenIdle();
     m_active.clear();
     emit EvDeviceConfigChanged();
 }
@@ -342,6 +346,12 @@ bool TDeviceManager::RemoveVidPidPattern(const QString& pattern)
     m_extraPatterns.removeAll(pattern);
     TSettings::Instance().RemoveFromList(kGroup, QStringLiteral("VID_PIDS"), pattern);
     return true;
+}
+
+void TDeviceManager::AddTemporaryPort(const QString& port)
+{
+    if (!m_temporaryPorts.contains(port) && !m_extraPorts.contains(port))
+        m_temporaryPorts << port;
 }
 
 bool TDeviceManager::AddExtraPort(const QString& port)

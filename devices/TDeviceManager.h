@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "devices/TPortSource.h"
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 class TRadioController;
 
@@ -55,6 +55,9 @@ public:
     bool AddExtraPort(const QString& port);
     bool RemoveExtraPort(const QString& port);
     QStringList ExtraPorts() const { return m_extraPorts; }
+    /// A port probed for this run only (a demo module, a command-line --port); never stored.
+    void AddTemporaryPort(const QString& port);
+    void RemoveTemporaryPort(const QString& port) { m_temporaryPorts.removeAll(port); }
     QStringList BlockedPorts() const { return m_blocked; }
     QStringList UsedPorts() const { return m_used; }
     QStringList PendingPorts() const;
@@ -92,6 +95,7 @@ private:
     QStringList m_blocked;
     QStringList m_used;
     QStringList m_extraPorts;
+    QStringList m_temporaryPorts;
     QStringList m_extraPatterns;
     QStringList m_defaultPatterns;
     int m_timerId = 0;

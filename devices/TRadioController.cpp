@@ -4,6 +4,7 @@
 #include <QTimerEvent>
 
 #include "devices/TDeviceManager.h"
+#include "devices/TDiscoveryRates.h"
 #include "sap/TTraceSAP.h"
 #include "sap/TVeltoLRDeviceMgmt.h"
 #include "status/TStatusLog.h"
@@ -41,6 +42,10 @@ void TRadioController::EnsureLink()
     connect(m_link, qOverload<const QString&, const TKeyValueList&>(&TVeltoLRHCI::EvShowMessage), this,
             qOverload<const QString&, const TKeyValueList&>(&TRadioController::OnShowMessage));
     connect(m_link, &TVeltoLRHCI::EvLogHCIMessage, this, &TRadioController::OnLogHCIMessage);
+    connect(m_link, &TVeltoLRHCI::EvWaitEnded, this, [this] {
+        if (m_deleteWhenIdle && !IsBusy())
+            deleteLater();
+    });
     for (TVeltoLRSAP* sap : qAsConst(m_saps))
         sap->AttachLink(m_link);
 }
@@ -67,7 +72,10 @@ bool TRadioController::ProbeOpen(const QString& portName, const QString& baudrat
 {
     m_portName = portName;
     EnsureLink();
-    const bool opened = baudrateText.isEmpty() ? m_link->OpenForDiscovery(portName) : m_link->Open(portName, baudrateText);
+    if (m_discoveryIndex < 0)
+        m_discoveryIndex = TDiscoveryRates::FirstIndex();
+    const QString rate = baudrateText.isEmpty() ? QString::number(TDiscoveryRates::RateAt(m_discoveryIndex)) : baudrateText;
+    const bool opened = m_link->Open(portName, rate);
     if (!opened) {
         m_link->Close();   // a failed open keeps the port object; the retry needs it gone
         return false;
@@ -150,9 +158,9 @@ bool TRadioController::RetryOutstanding()
     if (!m_link)
         return false;
     ++m_attempts;
-    if (m_attempts > 3 * TVeltoLRHCI::NumDiscoveryRates())
+    if (m_attempts > 3 * TDiscoveryRates::Count())
         return false;
-    m_link->SelectPreviousDiscoveryRate();
+    m_discoveryIndex = TDiscoveryRates::PreviousIndex(m_discoveryIndex < 0 ? TDiscoveryRates::FirstIndex() : m_discoveryIndex);
     return true;
 }
 
@@ -169,6 +177,26 @@ void TRadioController::Close(bool destroyLink)
         }
     }
     m_presence = kPresenceTicks;
+}
+
+QString TRadioController::MessageName(quint8 sapId, quint8 msgId) const
+{
+    for (const TVeltoLRSAP* sap : m_saps)
+        if (sap->SapID() == sapId)
+            return sap->MessageName(msgId);
+    return QString();
+}
+
+bool TRadioController::IsBusy() const
+{
+    return m_link && m_link->IsWaiting();
+}
+
+void TRadioController::DeleteWhenIdle()
+{
+    m_deleteWhenIdle = true;
+    if (!IsBusy())
+        deleteLater();
 }
 
 bool TRadioController::Execute(const QString& command)

@@ -4,7 +4,7 @@
 #include <QStringList>
 
 #include "hci/TVeltoLRHCI.h"
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 #include "sap/TVeltoLRSAP.h"
 
 /// One module on one serial port: owns its HCI link and its services, and executes text commands
@@ -24,12 +24,20 @@ public:
     virtual bool ReadDeviceInfo();
     virtual bool SyncClock();
 
-    /// Discovery's probe: open at the link's discovery baud rate (or the given one), read the device
+    /// Discovery's probe: open at the current discovery baud rate (or the given one), read the device
     /// information, close the port.
     bool ProbeOpen(const QString& portName, const QString& baudrateText = QString());
-    /// After a failed probe: true while a retry is outstanding (the link moved to the previous discovery rate).
+    /// After a failed probe: true while a retry is outstanding (the probe moved to the previous discovery rate).
     bool RetryOutstanding();
+    /// The discovery rate the next probe uses (an index into the link's supported rates).
+    int DiscoveryIndex() const { return m_discoveryIndex; }
     void Close(bool destroyLink = false);
+    /// True while one of its requests waits for the module; nobody may delete it then.
+    bool IsBusy() const;
+    /// Deletes the controller once no request of it waits any more (deleteLater, never under a wait).
+    void DeleteWhenIdle();
+    /// What the last failed open said ("Permission denied", "No such file or directory", ...).
+    QString OpenError() const { return m_link ? m_link->OpenError() : QString(); }
 
     bool Execute(const QString& command);
     bool Execute(const QString& command, const TKeyValueList& parameters);
@@ -55,7 +63,12 @@ public:
     bool HasFeature(const QString& name) const { return m_features.contains(name); }
     TVeltoLRHCI* Link() const { return m_link; }
     TVeltoLRSAP* SAP(const QString& name) const { return m_saps.value(name, nullptr); }
+    /// Name of a message of the service with this SapID, as the logs show it ("" when unknown).
+    QString MessageName(quint8 sapId, quint8 msgId) const;
     QStringList SAPNames() const { return m_saps.keys(); }
+    /// The link's baud rate as "115200 bps" ("closed : 0 bps" while closed, "n.a." without link).
+    QString BaudrateText() const { return m_link ? m_link->BaudrateText() : QStringLiteral("n.a."); }
+    bool IsOpen() const { return m_link && m_link->IsOpen(); }
     /// Every text command this controller offers ("SAP/Command") with its description.
     QList<QPair<QString, QString>> Commands() const;
 
@@ -103,6 +116,8 @@ protected:
     QStringList m_infoCommandsExtra;
     int m_timerId = 0;
     QString m_lastError;
+    int m_discoveryIndex = -1;
+    bool m_deleteWhenIdle = false;
 
 private:
     bool Invoke(TVeltoLRSAP* sap, const QString& command, const TKeyValueList* parameters, TKeyValueList* result);

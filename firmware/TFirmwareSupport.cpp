@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QJsonDocument>
 
-#include "devices/TRadioController.h"
 
 namespace {
 bool SplitVersion(const QString& text, int& major, int& minor)
@@ -130,26 +129,4 @@ bool TFirmwareSupport::AcceptsHCIBootloaderMsg(const TKeyValueList& info) const
         return true;
     // Accepted from that version on: the device's version must not be older.
     return !IsNewer(from, info.Value(QStringLiteral("FWVersion")));
-}
-
-void TFirmwareSupport::RegisterPrototype(const QString& firmwareName, QObject* prototype)
-{
-    m_prototypes.insert(firmwareName, prototype);
-}
-
-TRadioController* TFirmwareSupport::CreateController(const TKeyValueList& deviceInfo) const
-{
-    QJsonObject entry;
-    if (FindEntry(deviceInfo.Value(QStringLiteral("FWName")), entry)) {
-        const QPointer<QObject> prototype = m_prototypes.value(entry.value(QStringLiteral("FirmwareName")).toString());
-        QObject* created = nullptr;
-        if (prototype
-            && QMetaObject::invokeMethod(prototype, "OnCreateInstance", Qt::DirectConnection, Q_RETURN_ARG(QObject*, created),
-                                         Q_ARG(TKeyValueList, deviceInfo))) {
-            if (auto* controller = qobject_cast<TRadioController*>(created))
-                return controller;
-            delete created;
-        }
-    }
-    return new TRadioController;
 }

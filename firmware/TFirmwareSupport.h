@@ -5,12 +5,10 @@
 #include <QObject>
 #include <QPointer>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
-class TRadioController;
-
-/// Which firmware each module should run and from which version on, and the controller factory
-/// that picks a controller class by firmware name.
+/// Which firmware each module should run and from which version on: the entries of the firmware
+/// versions file, their name matching and the version comparisons.
 class TFirmwareSupport : public QObject
 {
     Q_OBJECT
@@ -33,15 +31,10 @@ public:
     /// Whether the firmware accepts the HCI message that starts its bootloader ("HCIBootloaderMsg").
     bool AcceptsHCIBootloaderMsg(const TKeyValueList& deviceInfo) const;
 
-    void RegisterPrototype(const QString& firmwareName, QObject* prototype);
-    /// A new controller for a probed module: the registered prototype's class, else a plain TRadioController.
-    TRadioController* CreateController(const TKeyValueList& deviceInfo) const;
-
 signals:
     void EvCompatibilityWarning(const QString& title, const QString& text);
 
 private:
     TFirmwareSupport() = default;
     QJsonArray m_versions;
-    QMap<QString, QPointer<QObject>> m_prototypes;
 };

@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <QWidget>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 class QBoxLayout;
 class QFrame;

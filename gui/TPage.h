@@ -2,7 +2,7 @@
 #include <QString>
 #include <QWidget>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 class TGuiItemList;
 class TRadioController;

@@ -1,25 +1,19 @@
 #include "hci/TVeltoLRHCI.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
-#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QTimer>
 #include <QTimerEvent>
 
 #include <cmath>
 
+#include "base/THexText.h"
 #include "hci/Crc16.h"
-#include "sap/TVeltoLRSAP.h"
 #include "settings/TSettings.h"
 
 namespace {
 
 const char* const kSource = "VeltoLRHCI";
-const char* const kGroup = "HCI-Parameter";
-const char* const kDiscoveryKey = "DiscoveryBaudrates";
-const char* const kBaudrateKey = "Baudrate";
-constexpr int kMinSelectableBaud = 9600;
-constexpr int kMaxSelectableBaud = 115200;
 
 struct ResultRow {
     int code;
@@ -41,9 +35,7 @@ const ResultRow kResultTexts[] = {
 
 struct LinkTables {
     QList<int> rates{9600, 19200, 38400, 57600, 115200, 230400, 460800};
-    QList<bool> discovery{false, false, false, true, true, false, false};
     bool eventLogging = false;
-    bool loaded = false;
     int defaultTimeoutMs = TVeltoLRHCI::kResponseTimeoutMs;
 };
 
@@ -53,19 +45,9 @@ LinkTables& Tables()
     return tables;
 }
 
-QStringList EnabledRateTexts()
-{
-    QStringList list;
-    const LinkTables& t = Tables();
-    for (int i = 0; i < t.rates.size(); ++i)
-        if (t.discovery[i])
-            list << QString::number(t.rates[i]);
-    return list;
-}
-
 QString Hex2(quint8 value)
 {
-    return QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0')).toUpper();
+    return THexText::Digits(value, 2);
 }
 
 }
@@ -76,8 +58,6 @@ TVeltoLRHCI::TVeltoLRHCI(QObject* parent)
 {
     TKeyValueList::RegisterMetaType();
     m_slip.AttachClient(this);
-    if (!Tables().loaded)
-        LoadDiscoveryFlags();
 }
 
 TVeltoLRHCI::~TVeltoLRHCI()
@@ -92,18 +72,6 @@ const QList<int>& TVeltoLRHCI::SupportedBaudrates()
     return Tables().rates;
 }
 
-void TVeltoLRHCI::LoadDiscoveryFlags()
-{
-    LinkTables& t = Tables();
-    t.loaded = true;
-    const QStringList stored = TSettings::Instance().ReadList(kGroup, kDiscoveryKey);
-    if (!stored.isEmpty()) {
-        for (int i = 0; i < t.rates.size(); ++i)
-            t.discovery[i] = stored.contains(QString::number(t.rates[i]));
-    }
-    TSettings::Instance().WriteList(kGroup, kDiscoveryKey, EnabledRateTexts());
-}
-
 int TVeltoLRHCI::ParseBaudrate(const QString& text)
 {
     const int cut = text.indexOf(QStringLiteral(" bps"));
@@ -115,47 +83,6 @@ int TVeltoLRHCI::ParseBaudrate(const QString& text)
 int TVeltoLRHCI::WakeupCharsForBaudrate(int baudrate)
 {
     return int(std::ceil(baudrate * 0.0003)) + 5;
-}
-
-bool TVeltoLRHCI::SetDiscoveryFlag(const QString& baudrateText, bool on)
-{
-    LinkTables& t = Tables();
-    const int index = t.rates.indexOf(ParseBaudrate(baudrateText));
-    if (index < 0)
-        return false;
-    t.discovery[index] = on;
-    TSettings::Instance().WriteList(kGroup, kDiscoveryKey, EnabledRateTexts());
-    return true;
-}
-
-bool TVeltoLRHCI::DiscoveryFlag(int baudrate)
-{
-    const int index = Tables().rates.indexOf(baudrate);
-    return index >= 0 && Tables().discovery[index];
-}
-
-int TVeltoLRHCI::NumDiscoveryRates()
-{
-    return int(Tables().discovery.count(true));
-}
-
-QStringList TVeltoLRHCI::DiscoveryRateTexts()
-{
-    QStringList list;
-    const QList<int>& rates = Tables().rates;
-    for (int i = 0; i < rates.size(); ++i)
-        list << QStringLiteral("%1 : %2 bps").arg(i).arg(rates[i]);
-    return list;
-}
-
-QStringList TVeltoLRHCI::SelectableRateTexts()
-{
-    QStringList list;
-    const QList<int>& rates = Tables().rates;
-    for (int i = 0; i < rates.size(); ++i)
-        if (rates[i] >= kMinSelectableBaud && rates[i] <= kMaxSelectableBaud)
-            list << QStringLiteral("%1 : %2 bps").arg(i).arg(rates[i]);
-    return list;
 }
 
 void TVeltoLRHCI::SetDefaultResponseTimeout(int ms)
@@ -195,17 +122,6 @@ QString TVeltoLRHCI::ResultText(int result)
     return QStringLiteral("Unsupported ID(%1)").arg(result);
 }
 
-QString TVeltoLRHCI::HexBytes(const quint8* data, int length)
-{
-    QString text;
-    text.reserve(length * 3);
-    for (int i = 0; i < length; ++i) {
-        text += Hex2(data[i]);
-        text += QLatin1Char(' ');
-    }
-    return text;
-}
-
 // ---------------------------------------------------------------- port
 
 bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
@@ -217,8 +133,12 @@ bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
         baud = kDefaultBaudrate;
 
     m_port = new QSerialPort(portName, this);
-    if (!m_port->open(QIODevice::ReadWrite))
+    if (!m_port->open(QIODevice::ReadWrite)) {
+        m_openError = m_port->errorString();
         return false;   // the port object stays: a later Open fails until Close
+    }
+    m_openError.clear();
+    m_portLost = false;
     // Pseudo-terminals refuse some settings; the port works with what it accepts.
     m_port->setDataBits(QSerialPort::Data8);
     m_port->setBaudRate(baud, QSerialPort::AllDirections);
@@ -239,28 +159,10 @@ bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
     return true;
 }
 
-bool TVeltoLRHCI::OpenForDiscovery(const QString& portName)
-{
-    const QList<int>& rates = Tables().rates;
-    if (m_discoveryIndex < 0 || m_discoveryIndex >= rates.size())
-        m_discoveryIndex = 0;
-    return Open(portName, QString::number(rates[m_discoveryIndex]));
-}
-
-void TVeltoLRHCI::SelectPreviousDiscoveryRate()
-{
-    const LinkTables& t = Tables();
-    const int count = t.rates.size();
-    int index = (m_discoveryIndex < 0 || m_discoveryIndex >= count) ? 0 : m_discoveryIndex;
-    const int start = index;
-    do {
-        index = index > 0 ? index - 1 : count - 1;
-    } while (index != start && !t.discovery[index]);
-    m_discoveryIndex = index;
-}
-
 bool TVeltoLRHCI::Close()
 {
+    if (m_waitLoop)
+        m_waitLoop->quit();
     if (m_dispatchTimerId) {
         killTimer(m_dispatchTimerId);
         m_dispatchTimerId = 0;
@@ -298,17 +200,6 @@ QString TVeltoLRHCI::BaudrateText() const
     return QStringLiteral("%1 bps").arg(m_port->baudRate());
 }
 
-QString TVeltoLRHCI::LoadLastBaudrate()
-{
-    return TSettings::Instance().ReadValue(kGroup, kBaudrateKey, QStringLiteral("115200"));
-}
-
-void TVeltoLRHCI::SaveLastBaudrate(const QString& baudrateText)
-{
-    const int cut = baudrateText.indexOf(QStringLiteral(" bps"));
-    TSettings::Instance().WriteValue(kGroup, kBaudrateKey, cut >= 0 ? baudrateText.left(cut) : baudrateText);
-}
-
 void TVeltoLRHCI::OnError(QSerialPort::SerialPortError error)
 {
     if (error == QSerialPort::NoError || !m_port || !m_port->isOpen())
@@ -318,6 +209,10 @@ void TVeltoLRHCI::OnError(QSerialPort::SerialPortError error)
         // say it once and stop reading; Close() releases the port object.
         ShowText(QStringLiteral("error - ComPort %1 lost: the device is gone").arg(m_portName));
         m_port->close();
+        m_portLost = true;
+        if (m_waitLoop)
+            m_waitLoop->quit();
+        emit EvPortLost();
     } else if (error != QSerialPort::TimeoutError) {
         ShowText(QStringLiteral("error - ComPort %1: %2").arg(m_portName, m_port->errorString()));
     }
@@ -326,9 +221,9 @@ void TVeltoLRHCI::OnError(QSerialPort::SerialPortError error)
 
 // ---------------------------------------------------------------- sending
 
-void TVeltoLRHCI::RegisterSAP(quint8 sapId, TVeltoLRSAP* sap)
+void TVeltoLRHCI::RegisterSAP(quint8 sapId, THCIReceiver* receiver)
 {
-    m_saps.insert(sapId, sap);
+    m_saps.insert(sapId, receiver);
 }
 
 HCIResult TVeltoLRHCI::SendMessage(quint8 sapId, quint8 msgId, const quint8* payload, quint16 length)
@@ -361,11 +256,15 @@ HCIResult TVeltoLRHCI::Transmit(const QByteArray& message)
         return HCIResult_TransmitError;
     if (m_port->write(bytes) < bytes.size())
         return HCIResult_TransmitError;
+    ++m_framesSent;
     return HCIResult_OK;
 }
 
 HCIResult TVeltoLRHCI::SendRequest(quint8 sapId, quint8 msgId, quint8 rspMsgId, const quint8* payload, quint16 length)
 {
+    // A second request while one waits would take the first one's answer as its own.
+    if (m_waiting)
+        return HCIResult_JobBusy;
     const HCIResult result = SendMessage(sapId, msgId, payload, length);
     if (result != HCIResult_OK)
         return result;
@@ -374,29 +273,28 @@ HCIResult TVeltoLRHCI::SendRequest(quint8 sapId, quint8 msgId, quint8 rspMsgId, 
 
 bool TVeltoLRHCI::WaitForResponse(quint8 sapId, quint8 msgId)
 {
+    if (m_waiting)
+        return false;
     m_waiting = true;
     m_responseReceived = false;
     m_expectedSapId = sapId;
     m_expectedMsgId = msgId;
 
-    QElapsedTimer elapsed;
-    elapsed.start();
-    // Wakes the event loop at the deadline so that waiting for events never oversleeps it.
-    QTimer deadline;
-    deadline.setSingleShot(true);
-    deadline.setTimerType(Qt::PreciseTimer);
-    while (!m_responseReceived && IsOpen()) {
-        const qint64 remaining = m_responseTimeoutMs - elapsed.elapsed();
-        if (remaining < 0)
-            break;
-        if (!deadline.isActive())
-            deadline.start(int(remaining) + 1);
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    if (IsOpen()) {
+        QEventLoop loop;
+        QTimer deadline;
+        deadline.setSingleShot(true);
+        deadline.setTimerType(Qt::PreciseTimer);
+        connect(&deadline, &QTimer::timeout, &loop, &QEventLoop::quit);
+        deadline.start(m_responseTimeoutMs);
+        m_waitLoop = &loop;
+        loop.exec();
+        m_waitLoop = nullptr;
     }
 
     m_waiting = false;
-    if (!m_dispatchTimerId && !m_rxQueue.isEmpty())
-        StartDispatchTimer();
+    UpdateDispatchTimer();
+    emit EvWaitEnded();
     return m_responseReceived;
 }
 
@@ -431,11 +329,12 @@ void TVeltoLRHCI::ProcessRxFrame(const QByteArray& frame)
     if (m_waiting && message.SapID == m_expectedSapId && message.MsgID == m_expectedMsgId) {
         m_response = message;
         m_responseReceived = true;
+        if (m_waitLoop)
+            m_waitLoop->quit();
         return;
     }
     m_rxQueue.append(new QueuedMessage{HostTime(), message});
-    if (!m_waiting && !m_dispatchTimerId)
-        StartDispatchTimer();
+    UpdateDispatchTimer();
 }
 
 void TVeltoLRHCI::ProcessRxRawData(const QByteArray& raw, const QByteArray& frame)
@@ -444,9 +343,16 @@ void TVeltoLRHCI::ProcessRxRawData(const QByteArray& raw, const QByteArray& fram
         emit EvLogHCIMessage(LogRecord(QStringLiteral("Rx Event"), raw, frame));
 }
 
-void TVeltoLRHCI::StartDispatchTimer()
+void TVeltoLRHCI::UpdateDispatchTimer()
 {
-    m_dispatchTimerId = startTimer(kDispatchIntervalMs, Qt::CoarseTimer);
+    // Runs only while something waits to be dispatched, so an idle link never wakes the process.
+    const bool wanted = !m_rxQueue.isEmpty() && !m_waiting;
+    if (wanted && !m_dispatchTimerId) {
+        m_dispatchTimerId = startTimer(kDispatchIntervalMs, Qt::CoarseTimer);
+    } else if (!wanted && m_dispatchTimerId) {
+        killTimer(m_dispatchTimerId);
+        m_dispatchTimerId = 0;
+    }
 }
 
 void TVeltoLRHCI::timerEvent(QTimerEvent* event)
@@ -457,6 +363,7 @@ void TVeltoLRHCI::timerEvent(QTimerEvent* event)
     }
     if (!m_waiting)
         Dispatch();
+    UpdateDispatchTimer();
 }
 
 void TVeltoLRHCI::Dispatch()
@@ -467,7 +374,7 @@ void TVeltoLRHCI::Dispatch()
         TKeyValueList record;
         record.Append(QStringLiteral("HostTime"), entry->hostTime);
         record.Append(QStringLiteral("Port"), m_portName);
-        TVeltoLRSAP* sap = m_saps.value(entry->message.SapID, nullptr);
+        THCIReceiver* sap = m_saps.value(entry->message.SapID, nullptr);
         if (!sap)
             ReportUnexpected(QStringLiteral("warning - unsupported message received"), entry->message);
         else if (!sap->ProcessHCIMessage(entry->message, record))
@@ -481,7 +388,7 @@ void TVeltoLRHCI::ReportUnexpected(const QString& warning, const HCIMessage& mes
     ShowText(QStringLiteral("RxMsg:SapID:%1;MsgID:%2;Length:%3;Payload:%4")
                  .arg(Hex2(message.SapID), Hex2(message.MsgID))
                  .arg(message.Length)
-                 .arg(HexBytes(message.Payload, message.Length)));
+                 .arg(THexText::Bytes(message.Payload, message.Length)));
 }
 
 void TVeltoLRHCI::ShowText(const QString& text)
@@ -503,17 +410,17 @@ TKeyValueList TVeltoLRHCI::LogRecord(const QString& evType, const QByteArray& sl
     record.SetEventType(evType);
     record.Append(QStringLiteral("HostTime"), HostTime());
     record.Append(QStringLiteral("Port"), m_portName);
-    record.Append(QStringLiteral("SLIP-Msg"), HexBytes(reinterpret_cast<const quint8*>(slipBytes.constData()), slipBytes.size()));
+    record.Append(QStringLiteral("SLIP-Msg"), THexText::Bytes(reinterpret_cast<const quint8*>(slipBytes.constData()), slipBytes.size()));
     QString sapText = size > 0 ? Hex2(data[0]) : QString();
     if (size > 0) {
-        if (const TVeltoLRSAP* sap = m_saps.value(data[0], nullptr))
-            sapText += QStringLiteral(" (") + sap->Name() + QLatin1Char(')');
+        if (const THCIReceiver* sap = m_saps.value(data[0], nullptr))
+            sapText += QStringLiteral(" (") + sap->ReceiverName() + QLatin1Char(')');
     }
     record.Append(QStringLiteral("HCI-SapID"), sapText);
     record.Append(QStringLiteral("HCI-MsgID"), size > 1 ? Hex2(data[1]) : QString());
     const int payloadLength = qMax(0, size - 4);
     record.Append(QStringLiteral("HCI-PLen"), qint64(payloadLength));
-    record.Append(QStringLiteral("HCI-Payload"), HexBytes(data + qMin(size, 2), payloadLength));
-    record.Append(QStringLiteral("HCI-CRC"), size >= 4 ? HexBytes(data + size - 2, 2).trimmed() : QString());
+    record.Append(QStringLiteral("HCI-Payload"), THexText::Bytes(data + qMin(size, 2), payloadLength));
+    record.Append(QStringLiteral("HCI-CRC"), size >= 4 ? THexText::Bytes(data + size - 2, 2).trimmed() : QString());
     return record;
 }

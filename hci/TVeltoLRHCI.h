@@ -10,12 +10,13 @@
 #include "hci/HCIMessage.h"
 #include "hci/TComSlip.h"
 #include "hci/TComSlipClient.h"
-#include "sap/TKeyValueList.h"
+#include "hci/THCIReceiver.h"
 
-class TVeltoLRSAP;
+class QEventLoop;
 
 /// Host side of one module's HCI: owns the serial port, frames messages, waits for responses and
-/// queues everything else for the service registered under the message's SapID.
+/// queues everything else for the receiver registered under the message's SapID. One request at a
+/// time: a request while another waits is refused with HCIResult_JobBusy and nothing is written.
 class TVeltoLRHCI : public QObject, public TComSlipClient
 {
     Q_OBJECT
@@ -29,9 +30,12 @@ public:
 
     // Port.
     bool Open(const QString& portName, const QString& baudrateText);
-    bool OpenForDiscovery(const QString& portName);
     bool Close();
     bool IsOpen() const;
+    /// The port went away while open (unplugged module); cleared by the next Open.
+    bool PortLost() const { return m_portLost; }
+    /// What the system said when the last Open failed.
+    QString OpenError() const { return m_openError; }
     QString PortName() const { return m_portName; }
     int NumWakeupChars() const { return m_numWakeupChars; }
     static int WakeupCharsForBaudrate(int baudrate);
@@ -41,20 +45,8 @@ public:
     // Baud rates.
     bool SetBaudrate(const QString& baudrateText);
     QString BaudrateText() const;
-    static QString LoadLastBaudrate();
-    static void SaveLastBaudrate(const QString& baudrateText);
+    /// 9600 ... 460800, in this order.
     static const QList<int>& SupportedBaudrates();
-
-    // Discovery baud rates (process-wide, kept in the settings).
-    void SelectPreviousDiscoveryRate();
-    int DiscoveryIndex() const { return m_discoveryIndex; }
-    static bool SetDiscoveryFlag(const QString& baudrateText, bool on);
-    static bool DiscoveryFlag(int baudrate);
-    static int NumDiscoveryRates();
-    static QStringList DiscoveryRateTexts();
-    static QStringList SelectableRateTexts();
-    /// Re-reads the discovery flags from the settings (done once by the first instance).
-    static void LoadDiscoveryFlags();
 
     // Logging (process-wide).
     static bool EnableLogging();
@@ -62,13 +54,17 @@ public:
     static bool LoggingEnabled();
 
     // Messages.
-    void RegisterSAP(quint8 sapId, TVeltoLRSAP* sap);
-    TVeltoLRSAP* RegisteredSAP(quint8 sapId) const { return m_saps.value(sapId, nullptr); }
+    void RegisterSAP(quint8 sapId, THCIReceiver* receiver);
+    THCIReceiver* RegisteredSAP(quint8 sapId) const { return m_saps.value(sapId, nullptr); }
     HCIResult SendMessage(quint8 sapId, quint8 msgId, const quint8* payload, quint16 length);
     HCIResult SendRequest(quint8 sapId, quint8 msgId, quint8 rspMsgId, const quint8* payload, quint16 length);
-    /// Re-enters the event loop until the response arrives or the time-out passes; callers serialise their requests.
+    /// Re-enters the event loop until the response arrives, the time-out passes or the port goes away.
     bool WaitForResponse(quint8 sapId, quint8 msgId);
+    /// True while a request waits for its response; timers and discovery ask before they touch the link.
+    bool IsWaiting() const { return m_waiting; }
     const HCIMessage& Response() const { return m_response; }
+    /// Frames written to the port since construction.
+    quint32 FramesSent() const { return m_framesSent; }
 
     quint32 CrcErrors() const { return m_crcErrors; }
     int ResponseTimeout() const { return m_responseTimeoutMs; }
@@ -78,15 +74,19 @@ public:
     static void SetDefaultResponseTimeout(int ms);
     static int DefaultResponseTimeout();
     int QueuedMessages() const { return m_rxQueue.size(); }
+    bool DispatchTimerRunning() const { return m_dispatchTimerId != 0; }
 
     static QString ResultText(int result);
-    static QString HexBytes(const quint8* data, int length);
 
 signals:
     void EvShowLine();
     void EvShowMessage(const QString& source, const QString& text);
     void EvShowMessage(const QString& source, const TKeyValueList& record);
     void EvLogHCIMessage(const TKeyValueList& record);
+    /// A wait has ended (answered, timed out or port lost).
+    void EvWaitEnded();
+    /// The port went away while open.
+    void EvPortLost();
 
 public slots:
     void OnReadyRead();
@@ -105,7 +105,7 @@ private:
 
     HCIResult Transmit(const QByteArray& message);
     void Dispatch();
-    void StartDispatchTimer();
+    void UpdateDispatchTimer();
     void ShowText(const QString& text);
     void ReportUnexpected(const QString& warning, const HCIMessage& message);
     TKeyValueList LogRecord(const QString& evType, const QByteArray& slipBytes, const QByteArray& message) const;
@@ -119,11 +119,14 @@ private:
     quint8 m_expectedSapId = 0;
     quint8 m_expectedMsgId = 0;
     HCIMessage m_response;
-    QMap<quint8, TVeltoLRSAP*> m_saps;
+    QMap<quint8, THCIReceiver*> m_saps;
     QString m_portName;
     QSerialPort* m_port = nullptr;
     QList<QueuedMessage*> m_rxQueue;
     int m_numWakeupChars = 50;
     int m_dispatchTimerId = 0;
-    int m_discoveryIndex = -1;
+    quint32 m_framesSent = 0;
+    bool m_portLost = false;
+    QString m_openError;
+    QEventLoop* m_waitLoop = nullptr;
 };

@@ -3,7 +3,7 @@
 // Payload layouts of the DataLink service (SapID 0x03), the point-to-point radio stack, shared by
 // the host service and the virtual module so that both sides pack and read the same bytes.
 // Offsets start after the status byte in responses. Multi-byte values are little-endian.
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 /// Message identifiers of the DataLink service, shared by the studio and the virtual module.
 struct DataLinkMsgIds

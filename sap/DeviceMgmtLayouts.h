@@ -4,7 +4,7 @@
 // status byte in responses.
 #include <QtGlobal>
 
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 /// Message identifiers of the device management service, shared by the studio and the virtual module.
 struct DeviceMgmtMsgIds

@@ -4,7 +4,7 @@
 // responses. RSSI in dBm, SNR in dB, air time in ms.
 #include <QtGlobal>
 
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 /// Message identifiers of the LoRaWAN service, shared by the studio and the virtual module.
 struct LoRaWANMsgIds

@@ -4,7 +4,7 @@
 // the virtual module. Radio fields as in the DataLink radio configuration: Frequency is the
 // synthesiser word (steps of 32 MHz / 2^19), Bandwidth 0/1/2 = 125/250/500 kHz, Spreading 7..12,
 // ErrorCoding 1..4 = 4/5..4/8, Modulation 0 LoRa / 1 FSK, PowerLevel dBm.
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 struct ProductionSupportMsgIds
 {

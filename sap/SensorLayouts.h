@@ -3,7 +3,7 @@
 // Payload layouts of the sensor application service (SapID 0x05), shared by the host service and
 // the virtual module. Both events start with the addressing block of the DataLink receive events
 // and end with its receive trailer when the format byte announces it (sap/DataLinkLayouts.h).
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 /// Message identifiers of the sensor application service.
 struct SensorMsgIds

@@ -1,6 +1,6 @@
 #include "sap/TDeviceTypes.h"
 
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 #include "sap/TVeltoLRSAP.h"
 
 namespace {

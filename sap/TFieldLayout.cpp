@@ -6,6 +6,7 @@
 #include "sap/TDeviceTypes.h"
 #include "sap/TRtcTime.h"
 #include "settings/TSettings.h"
+#include "base/THexText.h"
 
 namespace {
 
@@ -52,11 +53,6 @@ void WriteLE(QByteArray& out, quint64 value, int size)
 {
     for (int i = 0; i < size; ++i)
         out.append(char((value >> (8 * i)) & 0xFF));
-}
-
-QString Hex(quint64 value, int digits)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, digits, 16, QLatin1Char('0')).toUpper();
 }
 
 bool ParseDateTime(const QString& text, QDateTime& time)
@@ -153,7 +149,7 @@ int Decode(const TFieldLayoutEntry* layout, const quint8* payload, int length, i
         QString text;
         switch (type.kind) {
         case Kind::Unsigned:
-            text = type.hex ? Hex(raw, type.size * 2) : QString::number(raw);
+            text = type.hex ? THexText::Prefixed(raw, type.size * 2) : QString::number(raw);
             break;
         case Kind::Signed:
             text = QString::number(type.size == 1 ? qint64(qint8(raw)) : qint64(qint16(raw)));

@@ -2,8 +2,8 @@
 #include <QByteArray>
 #include <QString>
 
-#include "sap/TKeyValueList.h"
-#include "sap/TSapTables.h"
+#include "base/TKeyValueList.h"
+#include "base/TCodeTables.h"
 
 /// The one routine that turns payloads into records and parameter records into payloads, driven by
 /// a layout table. Multi-byte values are little-endian. A name starting "Optional:" may be missing

@@ -3,7 +3,7 @@
 #include <QStringList>
 #include <QVector>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 /// The radio link page's list of prepared messages ("Velto_LR_RadioMsg.cfg"): one message per
 /// line in descriptor field syntax, e.g. "Name:Ping;DstGroupAddress:0x10;DstDeviceAddress:0x1234;

@@ -11,6 +11,7 @@
 
 #include "settings/TSettings.h"
 #include "status/TStatusLog.h"
+#include "base/THexText.h"
 
 TTraceEventConfig& TTraceEventConfig::Instance()
 {
@@ -90,7 +91,7 @@ bool TTraceEventConfig::Load(const QString& path)
             continue;
         }
         m_events.insert(id, name);
-        const QString hex = QStringLiteral("%1").arg(id, 2, 16, QLatin1Char('0')).toUpper();
+        const QString hex = THexText::Digits(id, 2);
         log.AddStatusMessage(source, QStringLiteral("load event: %1 (0x%2)").arg(name, hex));
     }
     return true;

@@ -4,6 +4,7 @@
 #include "sap/TTraceEventConfig.h"
 #include "sap/TraceLayouts.h"
 #include "status/TStatusLog.h"
+#include "base/THexText.h"
 
 namespace {
 QString Hex8(quint32 value)
@@ -24,7 +25,7 @@ void TTraceSAP::RefreshMessageNames()
     m_messageNames.clear();
     const QMap<quint8, QString>& events = TTraceEventConfig::Instance().Events();
     for (auto it = events.constBegin(); it != events.constEnd(); ++it)
-        m_messageNames.insert(QStringLiteral("%1").arg(it.key(), 2, 16, QLatin1Char('0')).toUpper(), it.value());
+        m_messageNames.insert(THexText::Digits(it.key(), 2), it.value());
 }
 
 bool TTraceSAP::LoadEventConfiguration(const QString& path)
@@ -38,7 +39,7 @@ QString TTraceSAP::EventText(quint8 id, const quint8* payload, int length)
 {
     QString name = TTraceEventConfig::Instance().Name(id);
     if (name.isEmpty())
-        name = QStringLiteral("0x") + QStringLiteral("%1").arg(id, 2, 16, QLatin1Char('0')).toUpper();
+        name = THexText::Prefixed(id, 2);
     if (length < TraceLayouts::kParameterBytes)
         return name;
     TKeyValueList fields;
@@ -54,7 +55,7 @@ bool TTraceSAP::ProcessHCIMessage(const HCIMessage& message, TKeyValueList& reco
     const int length = qMin<int>(message.Length, HCIMessage::kMaxPayload);
     const QString text = EventText(message.MsgID, message.Payload, length);
     record.SetEventType(QStringLiteral("Trace Event"));
-    record.Append(QStringLiteral("EventID"), QStringLiteral("0x") + QStringLiteral("%1").arg(message.MsgID, 2, 16, QLatin1Char('0')).toUpper());
+    record.Append(QStringLiteral("EventID"), THexText::Prefixed(message.MsgID, 2));
     record.Append(QStringLiteral("Trace"), text);
     TStatusLog::Instance().AddStatusMessage(QLatin1String(kSource), text);
     emit EvTrace_Event(record);

@@ -10,6 +10,7 @@
 #include "sap/TFieldLayout.h"
 #include "sap/TRtcTime.h"
 #include "settings/TSettings.h"
+#include "base/THexText.h"
 
 namespace {
 // code  text
@@ -112,16 +113,6 @@ quint32 ReadU32(const quint8* p)
     return quint32(p[0]) | quint32(p[1]) << 8 | quint32(p[2]) << 16 | quint32(p[3]) << 24;
 }
 
-QString Hex8(quint32 value)
-{
-    return QStringLiteral("%1").arg(value, 8, 16, QLatin1Char('0')).toUpper();
-}
-
-QString Hex2(quint8 value)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0')).toUpper();
-}
-
 QString Two(const QString& number)
 {
     return number.rightJustified(2, QLatin1Char('0'));
@@ -190,8 +181,8 @@ bool TVeltoLRDeviceMgmt::DecodeDeviceInfo(const quint8* payload, int length, TKe
     if (length < kDeviceInfoSize)
         return TooShort(length);
     record.Append(QStringLiteral("DeviceType"), TDeviceTypes::Name(payload[1]));
-    record.Append(QStringLiteral("DeviceAddress"), Hex8(ReadU32(payload + 2)));
-    record.Append(QStringLiteral("DeviceID"), Hex8(ReadU32(payload + 6)));
+    record.Append(QStringLiteral("DeviceAddress"), THexText::Digits(ReadU32(payload + 2), 8));
+    record.Append(QStringLiteral("DeviceID"), THexText::Digits(ReadU32(payload + 6), 8));
     return true;
 }
 
@@ -517,8 +508,8 @@ bool TVeltoLRDeviceMgmt::SendTestCommand(const TKeyValueList& inputList, TKeyVal
     m_response = m_link->Response();
     m_status = m_response.Length > 0 ? m_response.Payload[0] : 0xFF;
     m_statusValid = true;
-    resultList.Append(QStringLiteral("SapID"), Hex2(m_response.SapID));
-    resultList.Append(QStringLiteral("MsgID"), Hex2(m_response.MsgID));
+    resultList.Append(QStringLiteral("SapID"), THexText::Prefixed(m_response.SapID, 2));
+    resultList.Append(QStringLiteral("MsgID"), THexText::Prefixed(m_response.MsgID, 2));
     resultList.Append(QStringLiteral("MsgPayload"), TFieldLayout::HexOctets(ResponsePayload()));
     return m_status == 0;
 }

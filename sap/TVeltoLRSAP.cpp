@@ -2,6 +2,7 @@
 
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TFieldLayout.h"
+#include "base/THexText.h"
 
 TVeltoLRSAP::TVeltoLRSAP(quint8 sapId, const TCodeTableEntry* statusTable, const QString& name, QObject* parent)
     : QObject(parent)
@@ -28,7 +29,7 @@ void TVeltoLRSAP::RegisterCommandTable(const TCommandTableEntry* table)
 void TVeltoLRSAP::RegisterMessageNameTable(const TCodeTableEntry* table)
 {
     for (; table && table->text; ++table)
-        m_messageNames.insert(QStringLiteral("%1").arg(table->code, 2, 16, QLatin1Char('0')).toUpper(), QString::fromLatin1(table->text));
+        m_messageNames.insert(THexText::Digits(table->code, 2), QString::fromLatin1(table->text));
 }
 
 bool TVeltoLRSAP::Send(quint8 msgId, const quint8* payload, quint16 length)
@@ -55,6 +56,8 @@ bool TVeltoLRSAP::Request(quint8 msgId, quint8 rspMsgId, const quint8* payload, 
     if (result != HCIResult_OK) {
         m_hciResult = result;
         m_statusValid = false;
+        if (m_link->PortLost())
+            SetErrorText(QStringLiteral("error - the module was disconnected (port %1 lost)").arg(m_link->PortName()));
         return false;
     }
     m_hciResult = HCIResult_OK;
@@ -119,7 +122,7 @@ QString TVeltoLRSAP::CommandDescription(const QString& name)
 
 QString TVeltoLRSAP::MessageName(quint8 msgId) const
 {
-    return m_messageNames.value(QStringLiteral("%1").arg(msgId, 2, 16, QLatin1Char('0')).toUpper());
+    return m_messageNames.value(THexText::Digits(msgId, 2));
 }
 
 QString TVeltoLRSAP::PortName() const

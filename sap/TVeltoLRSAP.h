@@ -3,15 +3,16 @@
 #include <QObject>
 #include <QString>
 
+#include "base/TCodeTables.h"
+#include "base/TKeyValueList.h"
 #include "hci/HCIMessage.h"
-#include "sap/TKeyValueList.h"
-#include "sap/TSapTables.h"
+#include "hci/THCIReceiver.h"
 
 class TVeltoLRHCI;
 
 /// Base of every service access point: the SapID, the attachment to a link, the synchronous
 /// request with its status byte, and the texts of results, commands and messages.
-class TVeltoLRSAP : public QObject
+class TVeltoLRSAP : public QObject, public THCIReceiver
 {
     Q_OBJECT
 public:
@@ -53,7 +54,8 @@ public:
 
     /// Decodes an unsolicited message into `record` (which starts with "HostTime" and "Port");
     /// false when the message is not one of this service's events.
-    virtual bool ProcessHCIMessage(const HCIMessage& message, TKeyValueList& record);
+    bool ProcessHCIMessage(const HCIMessage& message, TKeyValueList& record) override;
+    QString ReceiverName() const override { return m_name; }
 
 protected:
     /// Reports a response whose data ends early; always false.

@@ -2,7 +2,7 @@
 #include <QtGlobal>
 // Payload of the trace service (SapID 0xA0), shared by the host service and the virtual module.
 // Every message of the service is an event; its MsgID is the event identifier.
-#include "sap/TSapTables.h"
+#include "base/TCodeTables.h"
 
 struct TraceMsgIds
 {

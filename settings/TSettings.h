@@ -2,7 +2,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 class QSettings;
 

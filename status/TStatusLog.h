@@ -4,7 +4,7 @@
 #include <QObject>
 #include <QString>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 /// The status log that every part writes to: time-stamped lines, counted against the window's
 /// limit, and written to the open log file with a flush per line. The status window shows EvLine.

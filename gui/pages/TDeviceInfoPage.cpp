@@ -1,6 +1,6 @@
 #include "gui/pages/TDeviceInfoPage.h"
 
-#include "app/TSystemMemory.h"
+#include "base/TSystemMemory.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
 
@@ -33,7 +33,7 @@ void TDeviceInfoPage::OnGet()
         TKeyValueList link;
         if (TRadioController* device = GetSelectedDevice()) {
             link.Append(QStringLiteral("Port"), device->PortName());
-            link.Append(QStringLiteral("Baudrate"), device->Link() ? device->Link()->BaudrateText() : QStringLiteral("n.a."));
+            link.Append(QStringLiteral("Baudrate"), device->BaudrateText());
         }
         Group(QStringLiteral("Device"))->SetItems(link, false);
         RunGetCommand(QStringLiteral("DeviceMgmt/GetFirmwareInfo"), *Group(QStringLiteral("Firmware")));

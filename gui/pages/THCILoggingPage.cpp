@@ -66,9 +66,8 @@ QStringList THCILoggingPage::Row(const TKeyValueList& record, const TRadioContro
     bool ok = false;
     const quint8 sapId = quint8(record.Value(QStringLiteral("HCI-SapID")).left(2).toUInt(&ok, 16));
     const quint8 msgId = quint8(record.Value(QStringLiteral("HCI-MsgID")).toUInt(nullptr, 16));
-    if (ok && controller && controller->Link())
-        if (const TVeltoLRSAP* sap = controller->Link()->RegisteredSAP(sapId))
-            message = sap->MessageName(msgId);
+    if (ok && controller)
+        message = controller->MessageName(sapId, msgId);
     QStringList row;
     for (const QString& column : Columns())
         row << (column == QLatin1String("Message") ? message : record.Value(column));

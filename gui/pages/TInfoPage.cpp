@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-#include "app/TSystemMemory.h"
+#include "base/TSystemMemory.h"
 #include "gui/TGuiItemList.h"
 #include "settings/TSettings.h"
 

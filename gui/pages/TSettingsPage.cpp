@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "devices/TDeviceManager.h"
+#include "devices/TDiscoveryRates.h"
 #include "gui/TGuiItemList.h"
 #include "hci/TVeltoLRHCI.h"
 #include "settings/TSettings.h"
@@ -135,7 +136,7 @@ void TSettingsPage::ApplyDiscoveryRates()
     const int mask = Group(QStringLiteral("Discovery Baud Rates"))->ReadKeyValues().Value(QStringLiteral("DiscoveryRates")).toInt();
     const QList<int>& rates = TVeltoLRHCI::SupportedBaudrates();
     for (int i = 0; i < rates.size(); ++i)
-        TVeltoLRHCI::SetDiscoveryFlag(QString::number(rates[i]), (mask >> i) & 1);
+        TDiscoveryRates::SetFlag(QString::number(rates[i]), (mask >> i) & 1);
     RefreshPage();
 }
 
@@ -144,7 +145,7 @@ void TSettingsPage::RefreshPage()
     int mask = 0;
     const QList<int>& rates = TVeltoLRHCI::SupportedBaudrates();
     for (int i = 0; i < rates.size(); ++i)
-        if (TVeltoLRHCI::DiscoveryFlag(rates[i]))
+        if (TDiscoveryRates::Flag(rates[i]))
             mask |= 1 << i;
     TKeyValueList flags;
     flags.Append(QStringLiteral("DiscoveryRates"), qint64(mask));

@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "devices/TControllerFactory.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
@@ -9,6 +10,14 @@
 #include "tools/sim/TSimModule.h"
 
 namespace {
+TKeyValueList Device(const QString& firmwareName)
+{
+    TKeyValueList info;
+    info.Append(QStringLiteral("FWName"), firmwareName);
+    info.Append(QStringLiteral("FWVersion"), QStringLiteral("V2.0"));
+    return info;
+}
+
 QStringList Texts(const QSignalSpy& lines)
 {
     QStringList texts;
@@ -37,14 +46,34 @@ private slots:
     }
     void cleanup() { m_sim.reset(); }
 
+    void controllerFactory_byFirmwareName_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("className");
+        QTest::newRow("Velto_LoRaWAN") << "Velto_LoRaWAN" << "TLoRaWANEndNode";
+        QTest::newRow("beta build") << "Velto_LoRaWAN_Beta" << "TLoRaWANEndNode";
+        QTest::newRow("Wavelet24") << "Velto_Wavelet24" << "TLoRaWANEndNode";
+        QTest::newRow("Caravel_LoRaWAN") << "Caravel_LoRaWAN" << "TExtLoRaWANEndNode";
+        QTest::newRow("entry without prototype") << "Velto_LR_PTest" << "TRadioController";
+        QTest::newRow("unknown") << "Something_Else" << "TRadioController";
+    }
+    void controllerFactory_byFirmwareName()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, className);
+        std::unique_ptr<TRadioController> controller(TControllerFactory::Instance().CreateController(Device(name)));
+        QVERIFY(controller);
+        QCOMPARE(QString::fromLatin1(controller->metaObject()->className()), className);
+    }
+
     void probe_readsTheDeviceInformation()
     {
         TRadioController probe;
         QVERIFY(probe.ProbeOpen(m_sim->PortName()));
         QVERIFY(!probe.Link()->IsOpen());
         const TKeyValueList& info = probe.DeviceInfo();
-        // A new probe starts at the first supported rate; a pseudo-terminal answers at any rate.
-        QCOMPARE(info.at(0), qMakePair(QStringLiteral("Baudrate"), QStringLiteral("9600 bps")));
+        // A new probe starts at the fastest enabled discovery rate; a pseudo-terminal answers at any rate.
+        QCOMPARE(info.at(0), qMakePair(QStringLiteral("Baudrate"), QStringLiteral("115200 bps")));
         QCOMPARE(info.Value("Port"), m_sim->PortName());
         QCOMPARE(info.Value("FWName"), QStringLiteral("Velto_LoRaWAN"));
         QCOMPARE(info.Value("FWVersion"), QStringLiteral("V2.4"));
@@ -52,7 +81,9 @@ private slots:
 
         TRadioController nothing;
         QVERIFY(!nothing.ProbeOpen(QStringLiteral("/dev/tessera-no-such-port")));
+        QCOMPARE(nothing.DiscoveryIndex(), 4);
         QVERIFY(nothing.RetryOutstanding());
+        QCOMPARE(nothing.DiscoveryIndex(), 3);
         TRadioController linkless;
         QVERIFY(!linkless.RetryOutstanding());
     }

@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "devices/TDiscoveryRates.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
@@ -127,7 +128,7 @@ private slots:
         const QString port = sim->PortName();
         m.AddExtraPort(port);
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
-        const int attempts = 3 * TVeltoLRHCI::NumDiscoveryRates() + 1;
+        const int attempts = 3 * TDiscoveryRates::Count() + 1;
         for (int tick = 0; tick < attempts; ++tick)
             m.DiscoveryTick();
         const QStringList texts = StatusTexts(lines);

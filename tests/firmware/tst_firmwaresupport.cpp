@@ -2,8 +2,6 @@
 
 #include "TestEnvironment.h"
 #include "devices/TControllerPrototypes.h"
-#include "devices/TExtLoRaWANEndNode.h"
-#include "devices/TLoRaWANEndNode.h"
 #include "firmware/TFirmwareSupport.h"
 
 namespace {
@@ -96,26 +94,6 @@ private slots:
         QVERIFY(fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_LoRaWAN"), QStringLiteral("V1.11"))));
         QVERIFY(!fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_LoRaWAN"), QStringLiteral("V1.10"))));
         QVERIFY(fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_Wavelet24"), QStringLiteral("V0.0"))));
-    }
-
-    void controllerFactory_byFirmwareName_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("className");
-        QTest::newRow("Velto_LoRaWAN") << "Velto_LoRaWAN" << "TLoRaWANEndNode";
-        QTest::newRow("beta build") << "Velto_LoRaWAN_Beta" << "TLoRaWANEndNode";
-        QTest::newRow("Wavelet24") << "Velto_Wavelet24" << "TLoRaWANEndNode";
-        QTest::newRow("Caravel_LoRaWAN") << "Caravel_LoRaWAN" << "TExtLoRaWANEndNode";
-        QTest::newRow("entry without prototype") << "Velto_LR_PTest" << "TRadioController";
-        QTest::newRow("unknown") << "Something_Else" << "TRadioController";
-    }
-    void controllerFactory_byFirmwareName()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, className);
-        std::unique_ptr<TRadioController> controller(TFirmwareSupport::Instance().CreateController(Device(name, QStringLiteral("V2.0"))));
-        QVERIFY(controller);
-        QCOMPARE(QString::fromLatin1(controller->metaObject()->className()), className);
     }
 
     void load_brokenFiles()

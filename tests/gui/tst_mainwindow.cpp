@@ -9,6 +9,7 @@
 
 #include "TestEnvironment.h"
 #include "app/TMainWindow.h"
+#include "devices/TDiscoveryRates.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
@@ -192,7 +193,7 @@ private slots:
         manager.RemoveExtraPort(sim.PortName());
         manager.ResetBlockedPorts(true);
         settings->AddExtraPort(QStringLiteral("/dev/tessera-missing"));
-        for (int i = 0; i <= 3 * TVeltoLRHCI::NumDiscoveryRates(); ++i)
+        for (int i = 0; i <= 3 * TDiscoveryRates::Count(); ++i)
             manager.DiscoveryTick();
         settings->RefreshPage();
         QCOMPARE(settings->BlockedPortList()->count(), 1);

@@ -2,13 +2,14 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "base/THexText.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TVeltoLRSAP.h"
-#include "settings/TSettings.h"
 #include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimModule.h"
 
 namespace {
+/// Only for requests that are meant to go unanswered: an answer never races it.
 constexpr int kShortTimeoutMs = 300;
 
 /// Records the events the link hands to it; can refuse them.
@@ -43,13 +44,6 @@ QStringList Texts(const QSignalSpy& spy)
     return texts;
 }
 
-void Pump(int ms)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-}
 }
 
 class TestHciLink : public QObject
@@ -71,7 +65,6 @@ private slots:
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
         m_link = std::make_unique<TVeltoLRHCI>();
-        m_link->SetResponseTimeout(kShortTimeoutMs);
         QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
     }
     void cleanup()
@@ -137,6 +130,7 @@ private slots:
 
     void request_missingResponseTimesOutAndLinkStaysUsable()
     {
+        m_link->SetResponseTimeout(kShortTimeoutMs);
         m_sim->SetFault(TSimModule::FaultNoAnswer);
         QElapsedTimer timer;
         timer.start();
@@ -146,6 +140,46 @@ private slots:
         m_sim->SetFault(TSimModule::FaultNone);
         QCOMPARE(Ping(), HCIResult_OK);
         QCOMPARE(TVeltoLRHCI().ResponseTimeout(), 5000);
+    }
+
+    void request_whileAnotherWaits_isRefusedAndBothGetTheirOwnAnswers()
+    {
+        m_sim->SetResponseDelay(100);
+        HCIResult second = HCIResult_OK;
+        quint32 sentBefore = 0, sentAfter = 0;
+        // A second click, a timer or a discovery tick while the first request waits.
+        QTimer::singleShot(10, this, [&] {
+            sentBefore = m_link->FramesSent();
+            second = m_link->SendRequest(0x01, 0x03, 0x04, nullptr, 0);
+            sentAfter = m_link->FramesSent();
+        });
+        QCOMPARE(Ping(), HCIResult_OK);
+        QCOMPARE(second, HCIResult_JobBusy);
+        QCOMPARE(sentAfter, sentBefore);
+        QCOMPARE(TVeltoLRHCI::ResultText(second), QStringLiteral("job busy -> message not sent!"));
+        QCOMPARE(m_link->Response().MsgID, quint8(0x02));
+        QCOMPARE(m_link->Response().Length, quint16(1));
+        QCOMPARE(m_link->QueuedMessages(), 0);
+        QCOMPARE(m_link->SendRequest(0x01, 0x03, 0x04, nullptr, 0), HCIResult_OK);
+        QCOMPARE(m_link->Response().MsgID, quint8(0x04));
+        QCOMPARE(m_link->Response().Length, quint16(10));
+    }
+
+    void request_portGoneDuringTheWait_endsTheWaitWithTheDisconnect()
+    {
+        constexpr int kLongTimeoutMs = 60000;
+        m_link->SetResponseTimeout(kLongTimeoutMs);
+        m_sim->SetFault(TSimModule::FaultNoAnswer);
+        QSignalSpy lost(m_link.get(), &TVeltoLRHCI::EvPortLost);
+        QTimer::singleShot(20, this, [this] { m_sim->Close(); });
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(Ping(), HCIResult_NoResponse);
+        QVERIFY2(timer.elapsed() < kLongTimeoutMs, "the wait ends with the port, not with the time-out");
+        QVERIFY(m_link->PortLost());
+        QCOMPARE(lost.count(), 1);
+        QVERIFY(!m_link->IsWaiting());
+        QVERIFY(m_sim->Open());   // cleanup closes it again
     }
 
     void events_duringAWaitAreDispatchedAfterItInOrder()
@@ -162,6 +196,7 @@ private slots:
         QVERIFY2(sap.msgIds.isEmpty(), "dispatch never runs while a wait is in progress");
         QCOMPARE(m_link->QueuedMessages(), 2);
         QTRY_COMPARE(sap.msgIds, (QList<quint8>{0x31, 0x33}));
+        QVERIFY2(!m_link->DispatchTimerRunning(), "an empty queue leaves no timer waking the process");
         QCOMPARE(sap.payloads.at(1), QByteArray("\x02\x03", 2));
         QCOMPARE(sap.records.at(0).at(0).first, QStringLiteral("HostTime"));
         QCOMPARE(sap.records.at(0).at(1), qMakePair(QStringLiteral("Port"), m_sim->PortName()));
@@ -176,10 +211,12 @@ private slots:
         m_sim->SendRaw(TSimModule::Frame(0x01, 0x20, QByteArray("abc"), true));
         QTRY_COMPARE(m_link->CrcErrors(), quint32(1));
         QCOMPARE(Texts(*texts), QStringList{QStringLiteral("CRC Error")});
+        m_link->SetResponseTimeout(kShortTimeoutMs);
         m_sim->SetFault(TSimModule::FaultCorruptCrc);
         QCOMPARE(Ping(), HCIResult_NoResponse);
         QCOMPARE(m_link->CrcErrors(), quint32(2));
-        Pump(50);
+        QCOMPARE(m_link->QueuedMessages(), 0);
+        QVERIFY(!m_link->DispatchTimerRunning());
         QVERIFY(sap.msgIds.isEmpty());
     }
 
@@ -193,8 +230,7 @@ private slots:
         big.append('x');
         QCOMPARE(m_link->SendMessage(0x01, 0x7E, reinterpret_cast<const quint8*>(big.constData()), 501), HCIResult_PayloadLengthError);
         QCOMPARE(m_link->SendMessage(0x01, 0x7E, nullptr, 3), HCIResult_PayloadPointerError);
-        Pump(100);
-        QCOMPARE(requests.count(), 1);
+        QCOMPARE(m_link->FramesSent(), quint32(1));
         m_link->Close();
         QCOMPARE(m_link->SendMessage(0x01, 0x01, nullptr, 0), HCIResult_TransmitError);
     }
@@ -210,7 +246,6 @@ private slots:
         m_sim->SendRaw(QByteArray("\xC0", 1) + QByteArray(20000, 'A'));   // a frame that never ends
         m_sim->SendRaw(QByteArray::fromHex("C00102DB55C0"));              // bad escape
         m_sim->SendRaw(QByteArray::fromHex("C00102C0"));                  // too short to carry a CRC
-        Pump(100);
         m_sim->SetFault(TSimModule::FaultSplitWrites);
         QCOMPARE(Ping(), HCIResult_OK);
         m_sim->SetFault(TSimModule::FaultNone);
@@ -259,7 +294,7 @@ private slots:
         const auto rx = logs.at(1).at(0).value<TKeyValueList>();
         QCOMPARE(rx.Value("EvType"), QStringLiteral("Rx Event"));
         const QByteArray wire = TSimModule::Frame(0x01, 0x02, QByteArray(1, '\0'));
-        QCOMPARE(rx.Value("SLIP-Msg"), TVeltoLRHCI::HexBytes(reinterpret_cast<const quint8*>(wire.constData()), wire.size()));
+        QCOMPARE(rx.Value("SLIP-Msg"), THexText::Bytes(reinterpret_cast<const quint8*>(wire.constData()), wire.size()));
         QCOMPARE(rx.Value("HCI-MsgID"), QStringLiteral("02"));
         QCOMPARE(rx.Value("HCI-PLen"), QStringLiteral("1"));
         QCOMPARE(rx.Value("HCI-Payload"), QStringLiteral("00 "));
@@ -274,42 +309,8 @@ private slots:
         timer.start();
         QCOMPARE(Ping(), HCIResult_TransmitError);
         QVERIFY(timer.elapsed() < kShortTimeoutMs);
-        Pump(50);
         QCOMPARE(Texts(*texts).filter(QStringLiteral("lost")).size(), 1);
         QVERIFY(m_link->Close());
-    }
-
-    void discoveryRates_flagsIndexAndSettings()
-    {
-        QCOMPARE(TVeltoLRHCI::NumDiscoveryRates(), 2);
-        QCOMPARE(TSettings::Instance().ReadList("HCI-Parameter", "DiscoveryBaudrates"), (QStringList{"57600", "115200"}));
-        QCOMPARE(TVeltoLRHCI::DiscoveryRateTexts().at(4), QStringLiteral("4 : 115200 bps"));
-        QCOMPARE(TVeltoLRHCI::SelectableRateTexts().size(), 5);
-        QCOMPARE(TVeltoLRHCI::SelectableRateTexts().last(), QStringLiteral("4 : 115200 bps"));
-
-        m_link->Close();
-        TVeltoLRHCI link;
-        QCOMPARE(link.DiscoveryIndex(), -1);
-        link.SelectPreviousDiscoveryRate();   // from index 0 backwards, wrapping, to the last enabled rate
-        QCOMPARE(link.DiscoveryIndex(), 4);
-        link.SelectPreviousDiscoveryRate();
-        QCOMPARE(link.DiscoveryIndex(), 3);
-        link.SelectPreviousDiscoveryRate();
-        QCOMPARE(link.DiscoveryIndex(), 4);
-        QVERIFY(link.OpenForDiscovery(m_sim->PortName()));
-        QCOMPARE(link.BaudrateText(), QStringLiteral("115200 bps"));
-        link.Close();
-
-        QVERIFY(!TVeltoLRHCI::SetDiscoveryFlag(QStringLiteral("1234 bps"), true));
-        QVERIFY(TVeltoLRHCI::SetDiscoveryFlag(QStringLiteral("9600 bps"), true));
-        QVERIFY(TVeltoLRHCI::SetDiscoveryFlag(QStringLiteral("57600"), false));
-        QCOMPARE(TSettings::Instance().ReadList("HCI-Parameter", "DiscoveryBaudrates"), (QStringList{"9600", "115200"}));
-        link.SelectPreviousDiscoveryRate();
-        QCOMPARE(link.DiscoveryIndex(), 0);
-        TVeltoLRHCI::SaveLastBaudrate(QStringLiteral("57600 bps"));
-        QCOMPARE(TVeltoLRHCI::LoadLastBaudrate(), QStringLiteral("57600"));
-        TVeltoLRHCI::SetDiscoveryFlag(QStringLiteral("9600"), false);
-        TVeltoLRHCI::SetDiscoveryFlag(QStringLiteral("57600"), true);
     }
 };
 

@@ -4,7 +4,6 @@
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegExp>
@@ -14,6 +13,8 @@
 #include <memory>
 
 #include "devices/TControllerPrototypes.h"
+#include "devices/TDiscoveryRates.h"
+#include "devices/TModuleOpener.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
@@ -47,13 +48,17 @@ const char* const kSubcommands[][2] = {
     {"hex", "Read an Intel HEX file into a memory image and describe it (or write it back)."},
 };
 
-void Pump(double seconds)
+/// Runs the event loop for `seconds` (for ever when 0) or until `stop` quits it; sleeps while nothing happens.
+void Pump(double seconds, QEventLoop* stop = nullptr)
 {
-    QElapsedTimer timer;
-    timer.start();
-    const qint64 ms = qint64(seconds * 1000);
-    while (ms <= 0 || timer.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+    QEventLoop local;
+    QEventLoop& loop = stop ? *stop : local;
+    QTimer end;
+    end.setSingleShot(true);
+    QObject::connect(&end, &QTimer::timeout, &loop, &QEventLoop::quit);
+    if (seconds > 0)
+        end.start(int(seconds * 1000));
+    loop.exec();
 }
 }
 
@@ -137,7 +142,7 @@ int TCli::Run(const QStringList& arguments)
     if (parser.isSet(baud) && !TVeltoLRHCI::SupportedBaudrates().contains(TVeltoLRHCI::ParseBaudrate(baudText)))
         return Usage(QStringLiteral("unsupported baud rate \"%1\"").arg(baudText));
     if (baudText.isEmpty())
-        baudText = TVeltoLRHCI::LoadLastBaudrate();
+        baudText = TDiscoveryRates::LoadLastBaudrate();
 
     if (parser.isSet(timeout)) {
         bool ok = false;
@@ -231,15 +236,12 @@ TRadioController* TCli::OpenController(const QString& port, const QString& baud)
         m_err.flush();
         return nullptr;
     }
-    const TKeyValueList info = probe.DeviceInfo();
     probe.Close(true);
-    TRadioController* controller = TFirmwareSupport::Instance().CreateController(info);
-    controller->SetDeviceInfo(info);
-    if (!controller->Open(port, info.Value(QStringLiteral("Baudrate"), baud))) {
-        m_err << "error - couldn't open port " << port << "\n";
+    QString error;
+    TRadioController* controller = TModuleOpener::Open(probe, &error);
+    if (!controller) {
+        m_err << "error - couldn't open port " << port << ": " << error << "\n";
         m_err.flush();
-        delete controller;
-        return nullptr;
     }
     return controller;
 }
@@ -266,7 +268,7 @@ int TCli::Exec(const QString& port, const QString& baud, const QString& command,
         return ExitCommandFailed;
     }
     PrintRecord(result, false);
-    TVeltoLRHCI::SaveLastBaudrate(baud);
+    TDiscoveryRates::SaveLastBaudrate(baud);
     return ExitOk;
 }
 
@@ -325,11 +327,8 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
     TDeviceManager& manager = TDeviceManager::Instance();
     manager.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
     // Hand-given ports count for this run only: the stored list of extra ports stays as it is.
-    const QStringList stored = manager.ExtraPorts();
-    QStringList added;
     for (const QString& port : extraPorts)
-        if (!stored.contains(port) && manager.AddExtraPort(port))
-            added << port;
+        manager.AddTemporaryPort(port);
     QStringList found;
     QObject::connect(&manager, &TDeviceManager::EvLocalDeviceAdded, [&found](const QString& port) { found << port; });
     manager.DiscoveryTick();
@@ -348,8 +347,6 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
                 record.append(item);
         PrintRecord(record, true);
     }
-    for (const QString& port : qAsConst(added))
-        manager.RemoveExtraPort(port);
     return ExitOk;
 }
 

@@ -2,7 +2,7 @@
 #include <QStringList>
 #include <QTextStream>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 class TRadioController;
 

@@ -8,6 +8,7 @@
 #include "sap/TFieldLayout.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"
+#include "base/THexText.h"
 
 namespace D = DataLinkLayouts;
 using Ids = DataLinkMsgIds;
@@ -26,11 +27,6 @@ constexpr quint8 kControlConfirmed = 0x41;
 const int kFskBitRates[] = {50000, 100000, 250000};
 // Bandwidth    Hz
 const int kLoRaBandwidths[] = {125000, 250000, 500000};
-
-QString Hex(quint64 value, int digits)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, digits, 16, QLatin1Char('0')).toUpper();
-}
 
 TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> items)
 {
@@ -65,11 +61,11 @@ TSimDataLink::TSimDataLink(TSimModule& module)
 void TSimDataLink::Defaults()
 {
     const quint32 frequency = quint32(std::lround(869.5e6 / kFrequencyStepHz));
-    m_config = Record({{"RadioMode", "0"}, {"RxGroupAddress", Hex(0x10, 2)},
-                       {"RxDeviceAddress", Hex(m_module.Identity().deviceAddress & 0xFFFF, 4)}, {"Modulation", "0"},
+    m_config = Record({{"RadioMode", "0"}, {"RxGroupAddress", THexText::Prefixed(0x10, 2)},
+                       {"RxDeviceAddress", THexText::Prefixed(m_module.Identity().deviceAddress & 0xFFFF, 4)}, {"Modulation", "0"},
                        {"Frequency", QString::number(frequency)}, {"Bandwidth", "0"}, {"Spreading", "11"}, {"ErrorCoding", "1"},
-                       {"PowerLevel", "14"}, {"RxCtrl", Hex(D::kRxAlwaysOn, 2)}, {"RxWindow", "3000"},
-                       {"ExtraOptions", Hex(D::kOptionRxTrailer, 2)}, {"FSKDataRate", "0"}, {"AutoPowerSaving", "0"},
+                       {"PowerLevel", "14"}, {"RxCtrl", THexText::Prefixed(D::kRxAlwaysOn, 2)}, {"RxWindow", "3000"},
+                       {"ExtraOptions", THexText::Prefixed(D::kOptionRxTrailer, 2)}, {"FSKDataRate", "0"}, {"AutoPowerSaving", "0"},
                        {"LBTThreshold", "-85"}});
     if (m_aesKey.isEmpty())
         m_aesKey = QByteArray(D::kAESKeyBytes, '\0');
@@ -153,8 +149,8 @@ void TSimDataLink::SendRxEvent(quint8 msgId, quint8 dstGroup, quint16 dstDevice,
     }
     const bool trailer = TrailerOn();
     QByteArray payload = TSimLayout::Pack(D::kRxHeader, Record({
-        {"Format", Hex(trailer ? D::kFormatTrailer : 0, 2)}, {"DstGroupAddress", Hex(dstGroup, 2)}, {"DstDeviceAddress", Hex(dstDevice, 4)},
-        {"SrcGroupAddress", Hex(srcGroup, 2)}, {"SrcDeviceAddress", Hex(srcDevice, 4)}}));
+        {"Format", THexText::Prefixed(trailer ? D::kFormatTrailer : 0, 2)}, {"DstGroupAddress", THexText::Prefixed(dstGroup, 2)}, {"DstDeviceAddress", THexText::Prefixed(dstDevice, 4)},
+        {"SrcGroupAddress", THexText::Prefixed(srcGroup, 2)}, {"SrcDeviceAddress", THexText::Prefixed(srcDevice, 4)}}));
     payload.append(data);
     if (trailer)
         payload.append(RxTrailer());

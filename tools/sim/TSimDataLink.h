@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 #include "tools/sim/TSimService.h"
 
 struct TSimCounters;

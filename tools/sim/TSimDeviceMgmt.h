@@ -5,8 +5,8 @@
 
 #include <functional>
 
-#include "sap/TKeyValueList.h"
-#include "sap/TSapTables.h"
+#include "base/TKeyValueList.h"
+#include "base/TCodeTables.h"
 #include "sap/DeviceMgmtLayouts.h"
 #include "tools/sim/TSimService.h"
 

@@ -10,6 +10,7 @@
 #include "sap/TFieldLayout.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"
+#include "base/THexText.h"
 
 namespace L = LoRaWANLayouts;
 
@@ -34,11 +35,6 @@ const TCodeTableEntry kSupportedBands[] = {
     {7, "16"},   // AS923
     {0, nullptr},
 };
-
-QString Hex(quint64 value, int digits)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, digits, 16, QLatin1Char('0')).toUpper();
-}
 
 QString Zeros(int bytes)
 {
@@ -98,12 +94,12 @@ void TSimLoRaWAN::FactoryDefaults()
     qToBigEndian(m_module.Identity().deviceId, id.data());
     m_deviceEUI = Record({{"DeviceEUI", TFieldLayout::HexOctets(eui + id)}});
     m_joinParams = Record({{"JoinEUI", Zeros(8)}, {"AppKey", Zeros(16)}});
-    m_activation = Record({{"DeviceAddress", Hex(0, 8)}, {"NwkSessionKey", Zeros(16)}, {"AppSessionKey", Zeros(16)}});
+    m_activation = Record({{"DeviceAddress", THexText::Prefixed(0, 8)}, {"NwkSessionKey", Zeros(16)}, {"AppSessionKey", Zeros(16)}});
     m_nodeConfig = Record({{"DataRate", "5"}, {"PowerLevel", "14"}, {"Options", "0x00"}, {"AutoPowerSaving", "1"},
                            {"Retransmissions", "7"}, {"BandID", "1"}, {"HeaderMacCmdCap", "0"},
                            {"SubBandMask1", "0"}, {"SubBandMask2", "0"}, {"SubBandMask3", "0"}});
     m_customConfig = Record({{"TxPowerOffset", "0"}});
-    m_regionConfig = Record({{"DefaultRegion", "1"}, {"RegionMask", Hex(0x86, 8)}});
+    m_regionConfig = Record({{"DefaultRegion", "1"}, {"RegionMask", THexText::Prefixed(0x86, 8)}});
     m_activeRegion = 1;
     m_linkADRMode = 0;
     m_batteryLevel = 255;
@@ -114,7 +110,7 @@ void TSimLoRaWAN::FactoryDefaults()
     m_downlinks.clear();
     m_multicast.clear();
     for (int i = 0; i < kMulticastGroups; ++i)
-        m_multicast << Record({{"Index", QString::number(i)}, {"ConfigStatus", "0"}, {"DeviceAddress", Hex(0, 8)}});
+        m_multicast << Record({{"Index", QString::number(i)}, {"ConfigStatus", "0"}, {"DeviceAddress", THexText::Prefixed(0, 8)}});
     m_txPowerLimits.clear();
     for (int i = 0; i < kSubBands; ++i)
         m_txPowerLimits << Record({{"SubBandIndex", QString::number(i)}, {"ActiveFlag", "0"}, {"Limit", "14"}});
@@ -221,7 +217,7 @@ void TSimLoRaWAN::SendRxData(const Downlink& downlink, bool ack, quint8 channel)
         {"FrameCounter", QString::number(m_downlinkCounter++)}, {"RSSI", QString::number(kRssiDbm)},
         {"SNR", QString::number(kSnrDb)}, {"RxSlot", "1"}, {"ChannelIndex", QString::number(channel)},
         {"DataRate", QString::number(DataRate())}, {"ACK", ack ? "1" : "0"},
-        {"FramePending", m_downlinks.isEmpty() ? "0" : "1"}, {"LoRaPort", Hex(downlink.port, 2)},
+        {"FramePending", m_downlinks.isEmpty() ? "0" : "1"}, {"LoRaPort", THexText::Prefixed(downlink.port, 2)},
         {"Payload", TFieldLayout::HexOctets(downlink.payload)}}));
 }
 
@@ -237,10 +233,10 @@ void TSimLoRaWAN::InjectRxData(quint8 port, const QByteArray& payload, bool conf
 
 void TSimLoRaWAN::InjectMulticastData(int group, quint8 port, const QByteArray& payload)
 {
-    const QString address = group >= 0 && group < kMulticastGroups ? m_multicast.at(group).Value(QStringLiteral("DeviceAddress")) : Hex(0, 8);
+    const QString address = group >= 0 && group < kMulticastGroups ? m_multicast.at(group).Value(QStringLiteral("DeviceAddress")) : THexText::Prefixed(0, 8);
     SendRxEvent(kRxMulticastDataEvent, L::kRxMulticastEvent, Record({
         {"DeviceAddress", address}, {"FrameCounter", QString::number(m_downlinkCounter++)},
-        {"RSSI", QString::number(kRssiDbm)}, {"SNR", QString::number(kSnrDb)}, {"LoRaPort", Hex(port, 2)},
+        {"RSSI", QString::number(kRssiDbm)}, {"SNR", QString::number(kSnrDb)}, {"LoRaPort", THexText::Prefixed(port, 2)},
         {"Payload", TFieldLayout::HexOctets(payload)}}));
 }
 
@@ -286,7 +282,7 @@ TSimReply TSimLoRaWAN::Join()
                 return;
             }
             m_joinNonce = (m_joinNonce + 1) & 0xFFFFFF;
-            const QString address = Hex(0x260B0000u + m_joinNonce, 8);
+            const QString address = THexText::Prefixed(0x260B0000u + m_joinNonce, 8);
             m_activation.Set(QStringLiteral("DeviceAddress"), address);
             m_status = m_lastActivation = ActiveOTAA;
             m_uplinkCounter = m_downlinkCounter = 0;
@@ -402,7 +398,7 @@ TSimReply TSimLoRaWAN::RemoveMulticast(const QByteArray& payload)
     if (!TSimLayout::Parse(L::kMulticastIndex, payload, request) || TSimLayout::Number(request, "Index") >= kMulticastGroups)
         return Wrong();
     const int index = int(TSimLayout::Number(request, "Index"));
-    m_multicast[index] = Record({{"Index", QString::number(index)}, {"ConfigStatus", "0"}, {"DeviceAddress", Hex(0, 8)}});
+    m_multicast[index] = Record({{"Index", QString::number(index)}, {"ConfigStatus", "0"}, {"DeviceAddress", THexText::Prefixed(0, 8)}});
     return TSimReply::Ok();
 }
 

@@ -7,8 +7,8 @@
 #include <functional>
 
 #include "sap/LoRaWANLayouts.h"
-#include "sap/TKeyValueList.h"
-#include "sap/TSapTables.h"
+#include "base/TKeyValueList.h"
+#include "base/TCodeTables.h"
 #include "tools/sim/TSimService.h"
 
 struct TSimCounters;

@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QTimer>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 #include "tools/sim/TSimService.h"
 
 /// Production functions of the virtual module: radio test modes (test packets sent back to back,

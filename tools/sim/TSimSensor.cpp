@@ -8,17 +8,13 @@
 #include "tools/sim/TSimDataLink.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"
+#include "base/THexText.h"
 
 namespace S = SensorLayouts;
 using Ids = SensorMsgIds;
 
 namespace {
 constexpr quint8 kKnownOptions = S::kOptionAckRequest | S::kOptionLed;
-
-QString Hex(quint64 value, int digits)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, digits, 16, QLatin1Char('0')).toUpper();
-}
 
 TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> items)
 {
@@ -32,7 +28,7 @@ TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> item
 TSimSensor::TSimSensor(TSimModule& module)
     : TSimService(module)
 {
-    m_config = Record({{"Mode", "0"}, {"Options", Hex(0, 2)}, {"TxPeriod", "10000"}, {"RxTimeout", "2000"}});
+    m_config = Record({{"Mode", "0"}, {"Options", THexText::Prefixed(0, 2)}, {"TxPeriod", "10000"}, {"RxTimeout", "2000"}});
     QObject::connect(&m_timer, &QTimer::timeout, &m_context, [this] { Transmit(); });
 }
 
@@ -49,8 +45,8 @@ TSimDataLink* TSimSensor::DataLink() const
 QByteArray TSimSensor::Header(bool trailer, quint8 dstGroup, quint16 dstDevice, quint8 srcGroup, quint16 srcDevice) const
 {
     return TSimLayout::Pack(DataLinkLayouts::kRxHeader, Record({
-        {"Format", Hex(trailer ? DataLinkLayouts::kFormatTrailer : 0, 2)}, {"DstGroupAddress", Hex(dstGroup, 2)},
-        {"DstDeviceAddress", Hex(dstDevice, 4)}, {"SrcGroupAddress", Hex(srcGroup, 2)}, {"SrcDeviceAddress", Hex(srcDevice, 4)}}));
+        {"Format", THexText::Prefixed(trailer ? DataLinkLayouts::kFormatTrailer : 0, 2)}, {"DstGroupAddress", THexText::Prefixed(dstGroup, 2)},
+        {"DstDeviceAddress", THexText::Prefixed(dstDevice, 4)}, {"SrcGroupAddress", THexText::Prefixed(srcGroup, 2)}, {"SrcDeviceAddress", THexText::Prefixed(srcDevice, 4)}}));
 }
 
 QByteArray TSimSensor::Values(quint16 counter) const

@@ -2,7 +2,7 @@
 #include <QObject>
 #include <QTimer>
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 #include "tools/sim/TSimService.h"
 
 class TSimDataLink;

@@ -1,6 +1,6 @@
 #include "tools/sim/TSimTrace.h"
 
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 #include "sap/TraceLayouts.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"

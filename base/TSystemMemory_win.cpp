@@ -1,4 +1,4 @@
-#include "app/TSystemMemory.h"
+#include "base/TSystemMemory.h"
 
 #include <windows.h>
 

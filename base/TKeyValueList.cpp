@@ -1,4 +1,4 @@
-#include "sap/TKeyValueList.h"
+#include "base/TKeyValueList.h"
 
 #include <QStringList>
 

@@ -1,0 +1,28 @@
+# Fails when a folder includes a header of a folder above it. Run as a test:
+#   cmake -DSOURCE_DIR=<project> -P cmake/CheckLayers.cmake
+# The order, from the ground floor up, is the one docs/architecture.md draws.
+set(LAYERS base settings status hci sap firmware devices gateway gui tools app)
+
+set(sources "")
+foreach(layer ${LAYERS})
+  file(GLOB_RECURSE found RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/${layer}/*.h ${SOURCE_DIR}/${layer}/*.cpp)
+  list(APPEND sources ${found})
+endforeach()
+set(violations "")
+foreach(source ${sources})
+  string(REGEX MATCH "^[^/]+" folder "${source}")
+  list(FIND LAYERS "${folder}" own)
+  file(STRINGS ${SOURCE_DIR}/${source} lines REGEX "^[ \t]*#[ \t]*include[ \t]+\"[^/\"]+/")
+  foreach(line ${lines})
+    string(REGEX REPLACE "^[ \t]*#[ \t]*include[ \t]+\"([^/\"]+)/.*" "\\1" target "${line}")
+    list(FIND LAYERS "${target}" theirs)
+    if(theirs GREATER own)
+      list(APPEND violations "${source}: includes ${target}/ (above ${folder}/)")
+    endif()
+  endforeach()
+endforeach()
+if(violations)
+  list(JOIN violations "\n" text)
+  message(FATAL_ERROR "Includes that point upward:\n${text}")
+endif()
+message(STATUS "Layers: every include points downward")

@@ -1,0 +1,150 @@
+#include "devices/TDiscoveryRates.h"
+
+#include <algorithm>
+
+#include "hci/TVeltoLRHCI.h"
+#include "settings/TSettings.h"
+
+namespace {
+const char* const kGroup = "HCI-Parameter";
+const char* const kDiscoveryKey = "DiscoveryBaudrates";
+const char* const kBaudrateKey = "Baudrate";
+constexpr int kMinSelectableBaud = 9600;
+constexpr int kMaxSelectableBaud = 115200;
+// Defaults: 57600 and 115200 only.
+const int kDefaultRates[] = {57600, 115200};
+
+struct Flags {
+    QList<bool> on;
+    bool loaded = false;
+};
+
+Flags& State()
+{
+    static Flags flags;
+    return flags;
+}
+
+const QList<int>& Rates()
+{
+    return TVeltoLRHCI::SupportedBaudrates();
+}
+
+Flags& Loaded()
+{
+    Flags& f = State();
+    if (!f.loaded)
+        TDiscoveryRates::Load();
+    return f;
+}
+
+QStringList EnabledTexts()
+{
+    QStringList list;
+    const Flags& f = State();
+    for (int i = 0; i < Rates().size(); ++i)
+        if (f.on.value(i))
+            list << QString::number(Rates()[i]);
+    return list;
+}
+
+QString WithoutBps(const QString& text)
+{
+    const int cut = text.indexOf(QStringLiteral(" bps"));
+    return cut >= 0 ? text.left(cut) : text;
+}
+}
+
+namespace TDiscoveryRates {
+
+void Load()
+{
+    Flags& f = State();
+    f.loaded = true;
+    f.on.clear();
+    for (int rate : Rates())
+        f.on << (std::find(std::begin(kDefaultRates), std::end(kDefaultRates), rate) != std::end(kDefaultRates));
+    const QStringList stored = TSettings::Instance().ReadList(QString::fromLatin1(kGroup), QString::fromLatin1(kDiscoveryKey));
+    if (!stored.isEmpty())
+        for (int i = 0; i < Rates().size(); ++i)
+            f.on[i] = stored.contains(QString::number(Rates()[i]));
+    TSettings::Instance().WriteList(QString::fromLatin1(kGroup), QString::fromLatin1(kDiscoveryKey), EnabledTexts());
+}
+
+bool SetFlag(const QString& baudrateText, bool on)
+{
+    Flags& f = Loaded();
+    const int index = Rates().indexOf(TVeltoLRHCI::ParseBaudrate(baudrateText));
+    if (index < 0)
+        return false;
+    f.on[index] = on;
+    TSettings::Instance().WriteList(QString::fromLatin1(kGroup), QString::fromLatin1(kDiscoveryKey), EnabledTexts());
+    return true;
+}
+
+bool Flag(int baudrate)
+{
+    const int index = Rates().indexOf(baudrate);
+    return index >= 0 && Loaded().on.value(index);
+}
+
+int Count()
+{
+    return int(Loaded().on.count(true));
+}
+
+QStringList RateTexts()
+{
+    QStringList list;
+    for (int i = 0; i < Rates().size(); ++i)
+        list << QStringLiteral("%1 : %2 bps").arg(i).arg(Rates()[i]);
+    return list;
+}
+
+QStringList SelectableTexts()
+{
+    QStringList list;
+    for (int i = 0; i < Rates().size(); ++i)
+        if (Rates()[i] >= kMinSelectableBaud && Rates()[i] <= kMaxSelectableBaud)
+            list << QStringLiteral("%1 : %2 bps").arg(i).arg(Rates()[i]);
+    return list;
+}
+
+int FirstIndex()
+{
+    const Flags& f = Loaded();
+    for (int i = Rates().size() - 1; i >= 0; --i)
+        if (f.on.value(i))
+            return i;
+    return Rates().indexOf(TVeltoLRHCI::kDefaultBaudrate);
+}
+
+int PreviousIndex(int index)
+{
+    const Flags& f = Loaded();
+    const int count = Rates().size();
+    if (index < 0 || index >= count)
+        index = 0;
+    const int start = index;
+    do {
+        index = index > 0 ? index - 1 : count - 1;
+    } while (index != start && !f.on.value(index));
+    return index;
+}
+
+int RateAt(int index)
+{
+    return Rates().value(index, TVeltoLRHCI::kDefaultBaudrate);
+}
+
+QString LoadLastBaudrate()
+{
+    return TSettings::Instance().ReadValue(QString::fromLatin1(kGroup), QString::fromLatin1(kBaudrateKey), QStringLiteral("115200"));
+}
+
+void SaveLastBaudrate(const QString& baudrateText)
+{
+    TSettings::Instance().WriteValue(QString::fromLatin1(kGroup), QString::fromLatin1(kBaudrateKey), WithoutBps(baudrateText));
+}
+
+}
