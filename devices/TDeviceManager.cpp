@@ -1,6 +1,7 @@
 #include "devices/TDeviceManager.h"
 
 #include <QFileInfo>
+#include <QMap>
 #include <QRegExp>
 #include <QSerialPortInfo>
 #include <QTimerEvent>
@@ -113,7 +114,7 @@ bool TDeviceManager::Present(const QStringList& present, const QString& port)
 
 bool TDeviceManager::IsNew(const QString& port) const
 {
-    if (m_blocked.contains(port))
+    if (m_blocked.contains(port) || m_released.contains(port))
         return false;
     for (const TRadioController* c : m_active)
         if (c->PortName() == port)
@@ -314,6 +315,58 @@ TRadioController* TDeviceManager::DeviceByPort(const QString& port) const
         if (c->PortName() == port)
             return c;
     return nullptr;
+}
+
+QString TDeviceManager::StateText(DeviceState state)
+{
+    // state              text
+    static const QMap<DeviceState, QString> kTexts = {
+        {StateNone, QStringLiteral("not connected")},
+        {StateConnected, QStringLiteral("connected")},
+        {StateBusy, QStringLiteral("busy")},
+        {StateLost, QStringLiteral("lost")},
+        {StateReconnecting, QStringLiteral("reconnecting")},
+        {StateReleased, QStringLiteral("released")},
+    };
+    return kTexts.value(state);
+}
+
+TDeviceManager::DeviceState TDeviceManager::StateOf(const QString& port) const
+{
+    if (m_released.contains(port))
+        return StateReleased;
+    const TRadioController* c = DeviceByPort(port);
+    if (!c)
+        return StateNone;
+    if (c->IsBusy())
+        return StateBusy;
+    if (c->Presence() < TRadioController::kPresenceTicks)
+        return StateLost;
+    return StateConnected;
+}
+
+void TDeviceManager::ReleasePort(const QString& port)
+{
+    if (!m_released.contains(port))
+        m_released << port;
+    for (TRadioController* c : m_pending)
+        if (c->PortName() == port) {
+            m_pending.removeAll(c);
+            c->DeleteWhenIdle();
+            break;
+        }
+    if (TRadioController* c = DeviceByPort(port)) {
+        if (!c->IsBusy())
+            c->Close();   // the port is free at once, not when the controller goes
+        RemoveDevice(c, false);
+    }
+    emit EvDeviceStateChanged(port, StateReleased);
+}
+
+void TDeviceManager::ResumePort(const QString& port)
+{
+    if (m_released.removeAll(port) > 0)
+        emit EvDeviceStateChanged(port, StateNone);
 }
 
 TKeyValueList TDeviceManager::DeviceInfoByPort(const QString& port) const

@@ -17,6 +17,18 @@ class TDeviceManager : public QObject
     Q_OBJECT
 public:
     static constexpr int kTickMs = 500;
+
+    /// What the studio shows for a module on a port.
+    enum DeviceState {
+        StateNone,          ///< no module known on this port
+        StateConnected,     ///< open and idle
+        StateBusy,          ///< a request waits for the module
+        StateLost,          ///< its port went away; removed after a few ticks unless it returns
+        StateReconnecting,  ///< its port is back and is being probed again
+        StateReleased,      ///< handed to someone else (a firmware update) until resumed
+    };
+    Q_ENUM(DeviceState)
+    static QString StateText(DeviceState state);
     static const QStringList& DefaultPatterns();
 
     static TDeviceManager& Instance();
@@ -39,6 +51,14 @@ public:
     TRadioController* DeviceAt(int index) const;
     TRadioController* DeviceByPort(const QString& port) const;
     TKeyValueList DeviceInfoByPort(const QString& port) const;
+    DeviceState StateOf(const QString& port) const;
+
+    /// Gives the port to someone else (the firmware update): its device is taken out of service and
+    /// the port is neither probed nor opened until ResumePort.
+    void ReleasePort(const QString& port);
+    /// Hands a released port back to discovery, which finds the module on it again.
+    void ResumePort(const QString& port);
+    QStringList ReleasedPorts() const { return m_released; }
     QList<TRadioController*> Devices() const { return m_active; }
 
     void ParkDevice(TRadioController* controller);
@@ -75,6 +95,8 @@ signals:
     void EvDeviceConfigChanged();
     void EvUpdateGatewayList();
     void EvDeviceSelectionChanged(const QString& comPort);
+    /// The state of the module on this port changed (see DeviceState).
+    void EvDeviceStateChanged(const QString& comPort, TDeviceManager::DeviceState state);
 
 protected:
     void timerEvent(QTimerEvent* event) override;
@@ -96,6 +118,7 @@ private:
     QStringList m_used;
     QStringList m_extraPorts;
     QStringList m_temporaryPorts;
+    QStringList m_released;
     QStringList m_extraPatterns;
     QStringList m_defaultPatterns;
     int m_timerId = 0;
