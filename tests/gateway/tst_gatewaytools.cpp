@@ -1,41 +1,13 @@
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "CliProcess.h"
 #include "TestEnvironment.h"
 #include "UdpTestPort.h"
 #include "gateway/TGatewayCaller.h"
 #include "settings/TSettings.h"
 #include "tools/sim/TSimGateway.h"
-
-namespace {
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-/// Runs tessera-cli to its end while this process's event loop keeps the virtual gateway answering.
-Run Cli(const QStringList& args)
-{
-    QProcess process;
-    QSignalSpy finished(&process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished));
-    process.start(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"), args);
-    Run run;
-    if (!finished.wait(20000)) {
-        process.kill();
-        process.waitForFinished(5000);
-        run.err = QStringLiteral("timed out");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-}
 
 class TestGatewayTools : public QObject
 {
@@ -46,7 +18,6 @@ class TestGatewayTools : public QObject
     QString m_serverPort;
 
 private slots:
-    void initTestCase() { qRegisterMetaType<QProcess::ExitStatus>(); }
     void init()
     {
         m_gateway = std::make_unique<TSimGateway>();
