@@ -70,6 +70,7 @@ for program in tessera tessera-cli tessera-sim; do
   [ "$out" = "$program $version" ] || fail "$program --version printed \"$out\""
 done
 say "--version: tessera, tessera-cli, tessera-sim $version"
+bash -n "$root/usr/share/bash-completion/completions/tessera-cli" || fail "bash completion"
 if command -v desktop-file-validate >/dev/null; then
   desktop-file-validate "$root/usr/share/applications/tessera.desktop" || fail "desktop entry"
 fi
@@ -115,3 +116,4 @@ if command -v lintian >/dev/null; then
 else
   say "lintian: not installed, skipped"
 fi
+say "done in ${SECONDS} s"
