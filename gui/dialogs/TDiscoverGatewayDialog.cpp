@@ -28,6 +28,7 @@ QSpinBox* PortBox(QWidget* parent)
 {
     auto* box = new QSpinBox(parent);
     box->setRange(1, 65535);
+    box->setKeyboardTracking(false);   // a port counts when typed in full, not digit by digit
     return box;
 }
 
