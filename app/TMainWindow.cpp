@@ -27,6 +27,7 @@
 #include "devices/TRadioController.h"
 #include "firmware/TFirmwareSupport.h"
 #include "gui/TSectionCtrl.h"
+#include "gui/dialogs/TDiscoverGatewayDialog.h"
 #include "gui/pages/TDataLinkPage.h"
 #include "gui/pages/TDeviceConfigPage.h"
 #include "gui/pages/TDeviceInfoPage.h"
@@ -41,8 +42,11 @@
 #include "gui/pages/TRTCPage.h"
 #include "gui/pages/TSecurityPage.h"
 #include "gui/pages/TSettingsPage.h"
+#include "sap/TRadioMsgConfig.h"
+#include "sap/TTraceEventConfig.h"
 #include "settings/TConfigInstaller.h"
 #include "settings/TSettings.h"
+#include "settings/TShippedFiles.h"
 #include "status/TStatusLog.h"
 #include "status/TStatusWindow.h"
 
@@ -176,10 +180,13 @@ TMainWindow::~TMainWindow()
 
 void TMainWindow::InstallConfigFiles()
 {
-    const QString programDirectory = QCoreApplication::applicationDirPath() + QLatin1Char('/');
+    const QString shipped = TShippedFiles::Directory();
     TConfigInstaller installer;
     connect(&installer, &TConfigInstaller::EvShowMessage, &TStatusLog::Instance(), &TStatusLog::AddStatusLine);
-    installer.Install(programDirectory, TConfigInstaller::ShippedFiles(programDirectory), TSettings::Instance().DataDirectory());
+    // The trace names and the prepared radio messages are read from the user's directory as well.
+    const QStringList files = TConfigInstaller::ShippedFiles(shipped)
+                              << QLatin1String(TTraceEventConfig::kDefaultFileName) << QLatin1String(TRadioMsgConfig::kFileName);
+    installer.Install(shipped, files, TSettings::Instance().DataDirectory());
 }
 
 void TMainWindow::LoadConfigFiles()
@@ -204,6 +211,7 @@ void TMainWindow::BuildMenus()
 {
     QMenu* file = menuBar()->addMenu(QStringLiteral("File"));
     file->addAction(QStringLiteral("Firmware Update"), this, &TMainWindow::OnFirmwareUpdate);
+    file->addAction(QString::fromLatin1(TDiscoverGatewayDialog::kTitle), this, &TMainWindow::OnDiscoverGateways);
     file->addAction(QStringLiteral("Quit"), this, &TMainWindow::OnQuit);
 
     QMenu* views = menuBar()->addMenu(QStringLiteral("Views"));
@@ -353,6 +361,18 @@ void TMainWindow::OnFirmwareUpdate()
                                             QStringLiteral("info - the firmware update dialog is not in this build; use tessera-cli flash"));
 }
 
+void TMainWindow::OnDiscoverGateways()
+{
+    // One dialog at a time: its socket holds the server port.
+    auto* dialog = findChild<TDiscoverGatewayDialog*>();
+    if (!dialog) {
+        dialog = new TDiscoverGatewayDialog(this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    dialog->show();
+    dialog->raise();
+}
+
 void TMainWindow::OnQuit()
 {
     close();
@@ -398,7 +418,7 @@ void TMainWindow::OnAboutQt()
 
 void TMainWindow::OnShowUserGuide()
 {
-    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/Documents/Velto_LoRaWAN_Tessera_UserGuide.pdf");
+    const QString path = TShippedFiles::Directory() + QStringLiteral("Documents/Velto_LoRaWAN_Tessera_UserGuide.pdf");
     if (!QFile::exists(path) || !QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
         ShowBox(QMessageBox::Critical, QStringLiteral("Show User Guide - Error"),
                 QStringLiteral("Please install a pdf document viewer and check if the file %1 is available!").arg(path));
@@ -406,19 +426,19 @@ void TMainWindow::OnShowUserGuide()
 
 void TMainWindow::OnShowFeatureOverview()
 {
-    const QString path = QCoreApplication::applicationDirPath() + QStringLiteral("/Documents/Velto_LoRaWAN_Tessera_Modem_Feature_Spec.pdf");
+    const QString path = TShippedFiles::Directory() + QStringLiteral("Documents/Velto_LoRaWAN_Tessera_Modem_Feature_Spec.pdf");
     if (!QFile::exists(path) || !QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
         ShowBox(QMessageBox::Critical, QStringLiteral("Feature Overview - Error"), QStringLiteral("Sorry - the feature overview document is not available yet!"));
 }
 
 void TMainWindow::OnShowReleaseNotes()
 {
-    ShowTextDocument(QCoreApplication::applicationDirPath() + QStringLiteral("/Documents/ReleaseNotes.txt"), QStringLiteral("Studio Release Notes"));
+    ShowTextDocument(TShippedFiles::Directory() + QStringLiteral("Documents/ReleaseNotes.txt"), QStringLiteral("Studio Release Notes"));
 }
 
 void TMainWindow::OnShowFirmwareReleaseNotes()
 {
-    ShowTextDocument(QCoreApplication::applicationDirPath() + QStringLiteral("/FirmwareImages/ReleaseNotes.txt"), QStringLiteral("Firmware Release Notes"));
+    ShowTextDocument(TShippedFiles::Directory() + QStringLiteral("FirmwareImages/ReleaseNotes.txt"), QStringLiteral("Firmware Release Notes"));
 }
 
 void TMainWindow::OnOpenUrl()

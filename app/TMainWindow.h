@@ -47,6 +47,7 @@ public:
 
 public slots:
     void OnFirmwareUpdate();
+    void OnDiscoverGateways();
     void OnQuit();
     void OnLeftPanelTriggered();
     void OnSetStyle(QAction* action);

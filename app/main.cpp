@@ -1,6 +1,10 @@
 // tessera: the studio. "--demo" starts a virtual module inside the studio, so that a newcomer
-// sees a module appear and can use every page without hardware.
+// sees a module appear and can use every page without hardware. "--log FILE" writes the status
+// log from its first line on; "--version" needs no display.
 #include <QApplication>
+
+#include <cstdio>
+#include <cstring>
 
 #include <memory>
 
@@ -8,15 +12,25 @@
 #include "devices/TDeviceManager.h"
 #include "gui/TSectionCtrl.h"
 #include "gui/pages/TDeviceInfoPage.h"
+#include "status/TStatusLog.h"
 #ifdef TESSERA_DEMO
 #include "tools/sim/TSimModule.h"
 #endif
 
 int main(int argc, char* argv[])
 {
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("tessera %s\n", TESSERA_VERSION);
+            return 0;
+        }
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("tessera"));
     QApplication::setApplicationVersion(QStringLiteral(TESSERA_VERSION));
+    const int logAt = app.arguments().indexOf(QStringLiteral("--log"));
+    if (logAt > 0 && logAt + 1 < app.arguments().size() && !TStatusLog::Instance().OpenLogFile(app.arguments().at(logAt + 1)))
+        std::fprintf(stderr, "error - couldn't open log file: %s\n", qPrintable(app.arguments().at(logAt + 1)));
 
     auto* window = new TMainWindow;
 #ifdef TESSERA_DEMO

@@ -9,6 +9,7 @@ packages=(
   libftdi1-dev
   stm32flash srecord
   xvfb xauth
+  dpkg-dev lintian
 )
 
 missing=()

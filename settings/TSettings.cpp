@@ -222,6 +222,11 @@ int TSettings::ServerPort() const
     return TableInt("GatewaySupport", "ServerPort");
 }
 
+void TSettings::SetServerPort(int port)
+{
+    WriteValue(QStringLiteral("GatewaySupport"), QStringLiteral("ServerPort"), QString::number(port));
+}
+
 int TSettings::GatewayPort() const
 {
     return TableInt("GatewaySupport", "GatewayPort");
@@ -230,6 +235,16 @@ int TSettings::GatewayPort() const
 void TSettings::SetGatewayPort(int port)
 {
     WriteValue(QStringLiteral("GatewaySupport"), QStringLiteral("GatewayPort"), QString::number(port));
+}
+
+QStringList TSettings::Gateways() const
+{
+    return ReadList(QStringLiteral("GatewaySupport"), QStringLiteral("Gateways"));
+}
+
+void TSettings::SetGateways(const QStringList& addresses)
+{
+    WriteList(QStringLiteral("GatewaySupport"), QStringLiteral("Gateways"), addresses);
 }
 
 bool TSettings::ServerSupport() const

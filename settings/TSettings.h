@@ -47,8 +47,12 @@ public:
     void SetMainTheme(const QString& theme);
     int NumWakeupChars() const;
     int ServerPort() const;
+    void SetServerPort(int port);
     int GatewayPort() const;
     void SetGatewayPort(int port);
+    /// Gateway IP-Addresses ("GatewaySupport"/"Gateways").
+    QStringList Gateways() const;
+    void SetGateways(const QStringList& addresses);
     bool ServerSupport() const;
     bool BonjourSupport() const;
     bool ApprovalTest() const;

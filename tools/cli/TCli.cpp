@@ -46,6 +46,7 @@ const char* const kSubcommands[][2] = {
     {"regtable", "Write SX1272/SX1276/SX1280 register tables as C header text."},
     {"flash", "Update a module's firmware from an Intel HEX image through the STM32 bootloader."},
     {"hex", "Read an Intel HEX file into a memory image and describe it (or write it back)."},
+    {"gateways", "call ADDRESS... [--wait SECONDS]: call gateways over UDP and print their status answers; list: the stored addresses."},
 };
 
 /// Runs the event loop for `seconds` (for ever when 0) or until `stop` quits it; sleeps while nothing happens.
@@ -101,7 +102,8 @@ int TCli::Run(const QStringList& arguments)
     const QCommandLineOption write(QStringLiteral("write"), QStringLiteral("Write the image back as Intel HEX."), QStringLiteral("OUT"));
     const QCommandLineOption timeout(QStringLiteral("timeout"), QStringLiteral("HCI response time-out in ms (default 5000)."), QStringLiteral("MS"));
     parser.addOptions({help, version, port, baud, json, verbose, seconds, chip, freq, bitrate, fdev, rxbw, image, verify, eraseAll, pins, viaHci, size, write, timeout});
-    parser.addPositionalArgument(QStringLiteral("subcommand"), QStringLiteral("ports | discover | exec | monitor | commands | regtable | flash | hex"));
+    AddGatewayOptions(parser);
+    parser.addPositionalArgument(QStringLiteral("subcommand"), QStringLiteral("ports | discover | exec | monitor | commands | regtable | flash | hex | gateways"));
 
     if (!parser.parse(QStringList{QStringLiteral("tessera-cli")} + arguments))
         return Usage(parser.errorText());
@@ -154,6 +156,8 @@ int TCli::Run(const QStringList& arguments)
 
     if (sub == QLatin1String("ports"))
         return Ports();
+    if (sub == QLatin1String("gateways"))
+        return Gateways(positional.mid(1), parser);
     if (sub == QLatin1String("hex")) {
         if (positional.size() < 2)
             return Usage(QStringLiteral("hex needs a file"));

@@ -4,6 +4,8 @@
 
 #include "base/TKeyValueList.h"
 
+class QCommandLineParser;
+class TGatewayCaller;
 class TRadioController;
 
 /// tessera-cli: the studio's core from the command line. Exit codes are a contract for scripts.
@@ -25,6 +27,11 @@ private:
     int Flash(const QString& port, const QString& baud, const QString& image, bool verify, bool eraseAll, const QString& pins, bool viaHci);
     int Hex(const QString& path, const QString& size, const QString& writePath);
     int RegTable(const QString& chip, const QStringList& freqs, const QStringList& rates, const QStringList& fdevs, const QStringList& bws);
+    /// gateways call|list (TCliGateways.cpp).
+    static void AddGatewayOptions(QCommandLineParser& parser);
+    int Gateways(const QStringList& arguments, const QCommandLineParser& parser);
+    int GatewaysCall(TGatewayCaller& caller, const QStringList& addresses, double waitSeconds);
+    int GatewaysList();
 
     /// Probe, controller factory by firmware name, full open: as the studio does. Null with exit code 3 reported.
     TRadioController* OpenController(const QString& port, const QString& baud);

@@ -7,6 +7,8 @@
 #include <csignal>
 #include <unistd.h>
 
+#include "tools/sim/TSimGateway.h"
+#include "tools/sim/TSimGatewayOptions.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
@@ -41,6 +43,8 @@ int main(int argc, char* argv[])
                                                     "Prints the port path; open it like any serial port."));
     parser.addHelpOption();
     parser.addVersionOption();
+    const TSimGatewayOptions gatewayOptions;
+    gatewayOptions.AddTo(parser);
     const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Create a symbolic link PATH to the port."), QStringLiteral("PATH"));
     const QCommandLineOption fwName(QStringLiteral("fw-name"), QStringLiteral("Firmware name (default Velto_LoRaWAN)."), QStringLiteral("NAME"));
     const QCommandLineOption fwVersion(QStringLiteral("fw-version"), QStringLiteral("Firmware version MAJOR.MINOR (default 2.4)."), QStringLiteral("VERSION"));
@@ -112,6 +116,14 @@ int main(int argc, char* argv[])
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
     module.SetBootloaderPacing(parser.isSet(pacing));
 
+    std::unique_ptr<TSimGateway> gateway;
+    QString gatewayError;
+    const TSimGatewayOptions::Result gatewayResult = gatewayOptions.Start(parser, gateway, gatewayError);
+    if (gatewayResult == TSimGatewayOptions::UsageError || gatewayResult == TSimGatewayOptions::Failed) {
+        err << gatewayError << "\n";
+        return gatewayResult == TSimGatewayOptions::UsageError ? 2 : 1;
+    }
+
     QString error;
     if (!module.Open(&error)) {
         err << error << "\n";
@@ -123,6 +135,8 @@ int main(int argc, char* argv[])
     }
     QTextStream out(stdout);
     out << module.PortName() << "\n";
+    if (gateway)
+        out << "gateway port " << gateway->Port() << "\n";
     out.flush();
     if (parser.isSet(bootloader))
         module.EnterBootloader();
