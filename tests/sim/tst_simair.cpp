@@ -6,6 +6,7 @@
 #include "TestEnvironment.h"
 #include "sap/ServiceFixture.h"
 #include "sap/TDataLinkSAP.h"
+#include "sap/TSignalStats.h"
 #include "tools/sim/TSimAir.h"
 #include "tools/sim/TSimDataLink.h"
 #include "tools/sim/TSimDeviceMgmt.h"
@@ -213,6 +214,18 @@ private slots:
             "EvType: Rx Ack-Msg|DstAddress: 10:1F3A|SrcAddress: 10:1234|Payload: |RSSI: -76 dBm|SNR: 12 dB"}));
         QTRY_COMPARE_WITH_TIMEOUT(m_b.events->size(), 4, kTimeoutMs);
         QCOMPARE(EventText(*m_b.events, 3), QStringLiteral("EvType: Tx Ack-Msg|Time: HOST|Info: Status:OK  Packet:2  AirTime:42 ms"));
+
+        // What the radio page makes of the sender's events.
+        TSignalStats stats;
+        int points = 0;
+        for (const QList<QVariant>& event : qAsConst(*m_a.events))
+            points += stats.Add(event.first().value<TKeyValueList>());
+        QCOMPARE(points, 2);
+        const TLinkCounters& c = stats.Counters();
+        QCOMPARE(QStringLiteral("%1/%2/%3/%4/%5").arg(c.received).arg(c.transmitted).arg(c.acknowledged).arg(c.ackTimeouts).arg(c.airTimeMs),
+                 QStringLiteral("2/2/2/0/94"));
+        const TSourceSignal b = stats.Source(QStringLiteral("10:1234"));
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(b.measured).arg(b.rssiMin).arg(b.rssiMax).arg(b.snrMean), QStringLiteral("2 -76 -76 12"));
     }
 
     void confirmed_withoutAcknowledgement_data()

@@ -1,16 +1,19 @@
 // Received traffic of the virtual module, in process and through tessera-sim's options.
 #include <QElapsedTimer>
-#include <functional>
 #include <QProcess>
 #include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <algorithm>
+#include <functional>
+
 #include "TestEnvironment.h"
 #include "sap/ServiceFixture.h"
 #include "sap/TDataLinkSAP.h"
 #include "sap/TSensorSAP.h"
+#include "sap/TSignalStats.h"
 #include "tools/sim/TSimDataLink.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimTraffic.h"
@@ -93,6 +96,23 @@ private slots:
         QCOMPARE(rssiSeen.size(), sources.size());
         for (const QSet<int>& values : qAsConst(rssiSeen))
             QVERIFY(values.size() > 1);
+
+        // The radio page's statistics of the same events: one series per node, in host time order.
+        TSignalStats stats;
+        for (const QList<QVariant>& event : qAsConst(events))
+            stats.Add(event.first().value<TKeyValueList>());
+        QCOMPARE(stats.PointCount(), events.size());
+        QCOMPARE(int(stats.Counters().received), events.size());
+        QCOMPARE(stats.SeriesSources(), QStringList({"10:0101", "10:0102", "10:0104", "20:0A0B"}));
+        for (const TSimTraffic::Source& source : sources) {
+            const TSourceSignal s = stats.Source(SourceAddress(source));
+            QCOMPARE(s.measured, s.packets);
+            QVERIFY(s.rssiMin >= source.rssiDbm - TSimTraffic::kRssiSpanDb && s.rssiMax <= source.rssiDbm + TSimTraffic::kRssiSpanDb);
+            QVERIFY(s.rssiMin < s.rssiMax);
+            const QVector<QPointF> series = stats.RssiSeries(SourceAddress(source));
+            QCOMPARE(quint64(series.size()), s.packets);
+            QVERIFY(std::is_sorted(series.begin(), series.end(), [](const QPointF& a, const QPointF& b) { return a.x() < b.x(); }));
+        }
         // The sensor nodes' telegrams arrive as plain messages while the sensor app is off.
         QCOMPARE(Record(events, 1).Value("Payload"), QStringLiteral("01 00 E4 0C D8 00 2D 40 01"));
         QCOMPARE(Record(events, 0).Value("Payload"), QStringLiteral("01 00 00"));
