@@ -239,6 +239,34 @@ private slots:
         QVERIFY(x >= before && x <= QDateTime::currentMSecsSinceEpoch());
     }
 
+    void hostTimes_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<qint64>("ms");   // after 2026-03-14 15:00:00 local time
+        QTest::newRow("ISO") << "2026-03-14 15:00:01.250" << true << qint64(1250);
+        QTest::newRow("other date format") << "14.03.2026 15:00:01.250" << true << qint64(1250);
+        QTest::newRow("last ms of the hour") << "2026-03-14 15:59:59.999" << true << qint64(3599999);
+        QTest::newRow("next hour") << "2026-03-14 16:00:00.000" << true << qint64(3600000);
+        QTest::newRow("next day") << "15.03.2026 15:00:00.000" << true << QDateTime(QDate(2026, 3, 15), QTime(15, 0)).toMSecsSinceEpoch() - At(15, 0, 0);
+        QTest::newRow("no milliseconds") << "2026-03-14 15:00:01" << false << qint64(0);
+        QTest::newRow("T separator") << "2026-03-14T15:00:01.250" << false << qint64(0);
+        QTest::newRow("month 13") << "2026-13-14 15:00:01.250" << false << qint64(0);
+        QTest::newRow("hour 24") << "2026-03-14 24:00:01.250" << false << qint64(0);
+        QTest::newRow("letters") << "2026-03-1x 15:00:01.250" << false << qint64(0);
+        QTest::newRow("mixed separators") << "2026.03-14 15:00:01.250" << false << qint64(0);
+    }
+    void hostTimes()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, ok);
+        QFETCH(qint64, ms);
+        qint64 parsed = 0;
+        QCOMPARE(TSignalStats::ParseHostTime(text, parsed), ok);
+        if (ok)
+            QCOMPARE(parsed - At(15, 0, 0), ms);
+    }
+
     void levels_data()
     {
         QTest::addColumn<QString>("text");
