@@ -9,8 +9,6 @@
 #include "tools/sim/TSimModule.h"
 
 namespace {
-constexpr quint8 kBroadcastGroup = 0xFF;
-constexpr quint16 kBroadcastDevice = 0xFFFF;
 constexpr double kThermalNoiseDbmPerHz = -174.0;
 constexpr double kNoiseFigureDb = 6.0;
 constexpr double kFskLimitDb = 9.0;
@@ -30,7 +28,7 @@ void AppendLe16(QByteArray& bytes, quint16 value)
 
 bool TSimRadioFrame::Broadcast() const
 {
-    return dstGroup == kBroadcastGroup || dstDevice == kBroadcastDevice;
+    return dstGroup == DataLinkLayouts::kBroadcastGroup || dstDevice == DataLinkLayouts::kBroadcastDevice;
 }
 
 QByteArray TSimRadioFrame::Bytes() const

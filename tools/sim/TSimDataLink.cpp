@@ -61,7 +61,10 @@ TSimDataLink::~TSimDataLink()
 
 void TSimDataLink::SetAir(TSimAir* air)
 {
+    // A frame on the air left behind never ends.
     m_air = air;
+    m_transmitting = false;
+    m_ackTimer.stop();
 }
 
 void TSimDataLink::Restarted()
@@ -259,7 +262,8 @@ bool TSimDataLink::Hear(const TSimRadioFrame& frame, qint16 rssiDbm, qint8 snrDb
             ++c->radioRxCRCErrors;   // the integrity code does not check out
         return false;
     }
-    const bool forUs = (frame.dstGroup == GroupAddress() || frame.dstGroup == 0xFF) && (frame.dstDevice == DeviceAddress() || frame.dstDevice == 0xFFFF);
+    const bool forUs = (frame.dstGroup == GroupAddress() || frame.dstGroup == D::kBroadcastGroup)
+                       && (frame.dstDevice == DeviceAddress() || frame.dstDevice == D::kBroadcastDevice);
     if (!forUs)
         return false;
     if (c)
