@@ -42,8 +42,6 @@
 #include "gui/pages/TRTCPage.h"
 #include "gui/pages/TSecurityPage.h"
 #include "gui/pages/TSettingsPage.h"
-#include "sap/TRadioMsgConfig.h"
-#include "sap/TTraceEventConfig.h"
 #include "settings/TConfigInstaller.h"
 #include "settings/TSettings.h"
 #include "settings/TShippedFiles.h"
@@ -183,10 +181,7 @@ void TMainWindow::InstallConfigFiles()
     const QString shipped = TShippedFiles::Directory();
     TConfigInstaller installer;
     connect(&installer, &TConfigInstaller::EvShowMessage, &TStatusLog::Instance(), &TStatusLog::AddStatusLine);
-    // The trace names and the prepared radio messages are read from the user's directory as well.
-    const QStringList files = TConfigInstaller::ShippedFiles(shipped)
-                              << QLatin1String(TTraceEventConfig::kDefaultFileName) << QLatin1String(TRadioMsgConfig::kFileName);
-    installer.Install(shipped, files, TSettings::Instance().DataDirectory());
+    installer.Install(shipped, TConfigInstaller::ShippedFiles(shipped), TSettings::Instance().DataDirectory());
 }
 
 void TMainWindow::LoadConfigFiles()

@@ -40,6 +40,11 @@ constexpr int kAESKeyBytes = 16;
 /// Bytes of the radio configuration after the status byte of GetRadioConfigRsp.
 constexpr int kRadioConfigRspBytes = 25;
 
+/// Broadcast addresses: a message to group 0xFF or to device 0xFFFF of a group is for everyone
+/// there, and nobody acknowledges it.
+constexpr quint8 kBroadcastGroup = 0xFF;
+constexpr quint16 kBroadcastDevice = 0xFFFF;
+
 /// Format byte of the receive events: bit 0 set when the receive trailer (RSSI, SNR, time) follows.
 constexpr quint8 kFormatTrailer = 0x01;
 /// Bytes of the addressing block and of the receive trailer.

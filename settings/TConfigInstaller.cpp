@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSettings>
@@ -10,12 +11,18 @@
 
 namespace {
 const char* const kDefaultVersion = "default";
+// The version line stands near the top of a .cfg file; nobody reads a whole large file for it.
+constexpr int kMaxCfgVersionLines = 100;
+constexpr qint64 kMaxCfgLineBytes = 4096;
 }
 
 QStringList TConfigInstaller::ShippedFiles(const QString& programDirectory)
 {
     QStringList files = QDir(programDirectory).entryList({QStringLiteral("Velto_LoRaWAN_Config*.json")}, QDir::Files, QDir::Name);
     files << QString::fromLatin1(TSettings::kProgramName) + QStringLiteral(".ini");
+    for (const char* name : {kTraceEventsFile, kRadioMsgFile})
+        if (QFileInfo::exists(QDir(programDirectory).filePath(QLatin1String(name))))
+            files << QLatin1String(name);
     return files;
 }
 
@@ -39,6 +46,23 @@ QString TConfigInstaller::FileVersion(const QString& path)
         // Written by hand as 2 or "2.1"; both mean the same.
         const QString text = version.isDouble() ? version.toVariant().toString() : version.toString();
         return text.isEmpty() ? fallback : text;
+    }
+    if (path.endsWith(QLatin1String(".cfg"), Qt::CaseInsensitive)) {
+        // Line files: a line "FileVersion:1.2" among the entries, which readers skip.
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+            emit EvShowMessage(QStringLiteral("Couldn't open file:") + path);
+            return fallback;
+        }
+        static const QByteArray key("FileVersion:");
+        for (int lines = 0; !file.atEnd() && lines < kMaxCfgVersionLines; ++lines) {
+            const QByteArray line = file.readLine(kMaxCfgLineBytes).trimmed();
+            if (line.startsWith(key)) {
+                const QString text = QString::fromUtf8(line.mid(key.size())).trimmed();
+                return text.isEmpty() ? fallback : text;
+            }
+        }
+        return fallback;
     }
     if (path.endsWith(QLatin1String(".ini"), Qt::CaseInsensitive)) {
         QSettings file(path, QSettings::IniFormat);

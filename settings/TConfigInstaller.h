@@ -10,9 +10,16 @@ class TConfigInstaller : public QObject
 public:
     using QObject::QObject;
 
-    /// Every "Velto_LoRaWAN_Config*.json" in the program's directory and "Velto_LoRaWAN_Tessera.ini".
+    /// The prepared radio messages of the point-to-point radio pages.
+    static constexpr const char* kRadioMsgFile = "Velto_LR_RadioMsg.cfg";
+    /// The names of the trace events.
+    static constexpr const char* kTraceEventsFile = "Velto_LR_TraceEvents.json";
+
+    /// Every "Velto_LoRaWAN_Config*.json" in the program's directory, "Velto_LoRaWAN_Tessera.ini",
+    /// and "Velto_LR_TraceEvents.json" and "Velto_LR_RadioMsg.cfg" when they are there.
     static QStringList ShippedFiles(const QString& programDirectory);
-    /// "FileVersion" of a .json file, group "FileVersion" key "Version" of an .ini file; "default" when missing or unreadable.
+    /// "FileVersion" of a .json file, group "FileVersion" key "Version" of an .ini file, the line
+    /// "FileVersion:<version>" of a .cfg file; "default" when missing or unreadable.
     QString FileVersion(const QString& path);
     /// True when version a is later than b, compared part by part as integers; any number is later than "default".
     static bool IsNewer(const QString& a, const QString& b);

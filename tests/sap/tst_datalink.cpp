@@ -1,4 +1,5 @@
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "ServiceFixture.h"
@@ -6,6 +7,7 @@
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TDataLinkSAP.h"
 #include "sap/TRadioMsgConfig.h"
+#include "sap/TVeltoLRDeviceMgmt.h"
 #include "settings/TSettings.h"
 #include "tools/sim/TSimDataLink.h"
 #include "tools/sim/TSimModule.h"
@@ -111,6 +113,45 @@ private slots:
         QCOMPARE(result.Value("RxDeviceAddress"), QStringLiteral("0x1F3A"));
         QCOMPARE(result.Value("Spreading"), QStringLiteral("11"));
         QCOMPARE(changes.size(), 2);
+    }
+
+    void radioConfiguration_nonVolatileOverRestart()
+    {
+        TVeltoLRDeviceMgmt dm;
+        dm.AttachLink(m_link.get());
+        QSignalSpy powerUps(&dm, &TVeltoLRDeviceMgmt::EvDeviceMgmt_PowerUpEvent);
+        auto restart = [&] {
+            const int before = powerUps.size();
+            QVERIFY(dm.ResetDevice());
+            QTRY_COMPARE_WITH_TIMEOUT(powerUps.size(), before + 1, kTimeoutMs);
+        };
+        auto spreading = [&] {
+            TKeyValueList result;
+            return m_dl->GetRadioConfig(result) ? result.Value("Spreading") : m_dl->ResultText();
+        };
+        TKeyValueList ramOnly = RadioConfig();
+        ramOnly.Set(QStringLiteral("NVM"), QStringLiteral("0"));
+        ramOnly.Set(QStringLiteral("Spreading"), QStringLiteral("9"));
+
+        QVERIFY(m_dl->SetRadioConfig(ramOnly));
+        QCOMPARE(spreading(), QStringLiteral("9"));
+        restart();
+        QCOMPARE(spreading(), QStringLiteral("11"));
+        QVERIFY(m_dl->SetRadioConfig(RadioConfig()));   // SF7, stored
+        QVERIFY(m_dl->SetRadioConfig(ramOnly));
+        QVERIFY(m_dl->SetAESKey(Params({{"AES-Key", kExampleKey}})));
+        QVERIFY(m_dl->SendURadioMessage(Params({{"DstGroupAddress", "1"}, {"DstDeviceAddress", "2"}, {"Payload", ""}})));
+        QTRY_COMPARE_WITH_TIMEOUT(Sim().PacketCounter(), quint16(1), kTimeoutMs);
+        restart();
+        QCOMPARE(spreading(), QStringLiteral("7"));
+        QCOMPARE(Sim().PacketCounter(), quint16(0));
+        TKeyValueList key;
+        QVERIFY(m_dl->GetAESKey(key));
+        QCOMPARE(key.Value("AES-Key"), QString::fromLatin1(kExampleKey));
+        // A reset goes back to the factory settings, stored as well.
+        QVERIFY(m_dl->ResetRadioConfig());
+        restart();
+        QCOMPARE(spreading(), QStringLiteral("11"));
     }
 
     void aesKey_readsBack()
@@ -330,15 +371,20 @@ private slots:
     void radioMessageFile_listsWhatCanBeSent()
     {
         TRadioMsgConfig config;
-        QVERIFY(config.Load(QStringLiteral(TESSERA_TEST_DATA "/radiomsg_mixed.cfg")));
+        const QString mixed = QStringLiteral(TESSERA_TEST_DATA "/radiomsg_mixed.cfg");
+        QVERIFY(config.Load(mixed));
         QStringList names;
         for (const TRadioMsgConfig::Entry& entry : config.Entries())
             names << entry.name;
         QCOMPARE(names, QStringList({"Good", "Decimal"}));
+        // Comments and lines without a name pass quietly; every broken line is named.
         QCOMPARE(config.Warnings(), QStringList({
             "warning - message \"Bad Hex\" in line 5 skipped: error - invalid hex byte list for Payload: \"0x0G\"",
             "warning - message \"Address Too Large\" in line 6 skipped: error - invalid value for DstDeviceAddress: \"0x10000\" (0..65535)",
-            "warning - message \"No Payload\" in line 7 skipped: error - parameter missing: Payload"}));
+            "warning - message \"No Payload\" in line 7 skipped: error - parameter missing: Payload",
+            "warning - line 8 skipped: \"Name:\" is empty",
+            "warning - line 9 skipped: not UTF-8 text"}));
+        QCOMPARE(config.StatusText(), QStringLiteral("warning - 2 radio message(s) loaded from ") + mixed + QStringLiteral("; lines skipped: 5, 6, 7, 8, 9"));
 
         // Choosing an entry fills the send parameters, which go out as they stand in the file.
         QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
@@ -352,9 +398,36 @@ private slots:
         QCOMPARE(TRadioMsgConfig::FieldValue(QStringLiteral("GuiName:X;Name:Y"), QStringLiteral("Name:")), QStringLiteral("X"));
         QVERIFY(TRadioMsgConfig::FieldValue(QStringLiteral("Payload:01"), QStringLiteral("Name:")).isNull());
 
-        QVERIFY(config.Load(QStringLiteral(TESSERA_TEST_DATA "/../../../resources/config/Velto_LR_RadioMsg.cfg")));
-        QCOMPARE(config.Entries().size(), 5);
-        QVERIFY(config.Warnings().isEmpty());
+        // What the studio ships: every line sends, to the addresses and with the bytes it says.
+        const QString shipped = QStringLiteral(TESSERA_TEST_DATA "/../../../resources/config/Velto_LR_RadioMsg.cfg");
+        QVERIFY(config.Load(shipped));
+        QCOMPARE(config.Warnings(), QStringList());
+        QCOMPARE(config.StatusText(), QStringLiteral("info - 7 radio message(s) loaded from ") + shipped);
+        requests.clear();
+        for (const TRadioMsgConfig::Entry& entry : config.Entries())
+            QVERIFY2(m_dl->SendURadioMessage(TRadioMsgConfig::Parameters(entry.line)), qPrintable(entry.name + ": " + m_dl->ResultText()));
+        QStringList sent;
+        for (const QList<QVariant>& request : qAsConst(requests))
+            sent << request.at(2).toByteArray().toHex(' ').toUpper();
+        QCOMPARE(sent, QStringList({"10 34 12 01 02 03 04", "FF FF FF 48 65 6C 6C 6F", "10 FF FF 42", "10 01 00 07 00 E4 0C D7 00 2D 40 01",
+                                    "10 01 00 4C 01", "10 01 00 4C 00", "10 34 12"}));
+
+        QTemporaryDir dir;
+        const QString longLine = dir.filePath(QStringLiteral("long.cfg"));
+        QFile file(longLine);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("Name:Long;DstGroupAddress:1;DstDeviceAddress:2;Payload:" + QByteArray(4100, '1') + "\r\nName:Short;DstGroupAddress:1;DstDeviceAddress:2;Payload:\r\n");
+        file.close();
+        QVERIFY(config.Load(longLine));
+        QCOMPARE(config.Warnings(), QStringList{"warning - line 1 skipped: longer than 4096 bytes"});
+        QCOMPARE(config.Entries().size(), 1);
+        QCOMPARE(config.Entries().first().line, QStringLiteral("Name:Short;DstGroupAddress:1;DstDeviceAddress:2;Payload:"));
+
+        const QString binary = QStringLiteral(TESSERA_TEST_DATA "/radiomsg_binary.cfg");
+        QVERIFY(!config.Load(binary));
+        QCOMPARE(config.ErrorText(), QStringLiteral("error - radio message configuration file is not a text file (NUL byte in line 4): ") + binary);
+        QCOMPARE(config.StatusText(), config.ErrorText());
+        QVERIFY(config.Entries().isEmpty() && config.Warnings().isEmpty());
 
         const QString missing = QStringLiteral(TESSERA_TEST_DATA "/no-such.cfg");
         QVERIFY(!config.Load(missing));

@@ -71,6 +71,9 @@ private slots:
                                     << "warning - %1 is not a JSON object (no object): its version reads as default";
         QTest::newRow("ini") << "a.ini" << QByteArray("[GUI]\nMainTheme=Berlin\n[FileVersion]\nVersion=0.7\n") << "0.7" << "";
         QTest::newRow("ini version elsewhere") << "a.ini" << QByteArray("[Other]\nVersion=9\n") << "default" << "";
+        QTest::newRow("cfg") << "a.cfg" << QByteArray("FileVersion:1.0\nName:A;DstGroupAddress:1;DstDeviceAddress:2;Payload:\n") << "1.0" << "";
+        QTest::newRow("cfg version below comments") << "a.cfg" << QByteArray("# note\r\n\r\n  FileVersion: 2.3 \r\nName:A\r\n") << "2.3" << "";
+        QTest::newRow("cfg without version") << "a.cfg" << QByteArray("Name:A;FileVersion:9\n") << "default" << "";
         QTest::newRow("other extension") << "a.txt" << QByteArray("{\"FileVersion\":\"1\"}") << "default" << "";
     }
     void fileVersion_byExtension()
@@ -149,6 +152,33 @@ private slots:
         QCOMPARE(Read(data + json + QStringLiteral("_old")), QByteArray("{\"FileVersion\":\"0.2\",\"mine\":1}"));
         QCOMPARE(Read(data + ini), QByteArray("[FileVersion]\nVersion=1.2\n"));
         QCOMPARE(Read(data + ini + QStringLiteral("_old")), QByteArray("[FileVersion]\nVersion=1.1\n"));
+    }
+
+    void install_radioMessages_whenShipped()
+    {
+        QTemporaryDir program, user;
+        const QString data = user.path() + QLatin1Char('/');
+        const QString cfg = QString::fromLatin1(TConfigInstaller::kRadioMsgFile);
+        const QString ini = QStringLiteral("Velto_LoRaWAN_Tessera.ini");
+        QCOMPARE(TConfigInstaller::ShippedFiles(program.path()), QStringList{ini});
+        Write(program.filePath(cfg), "FileVersion:1.0\nName:A;DstGroupAddress:1;DstDeviceAddress:2;Payload:\n");
+        QCOMPARE(TConfigInstaller::ShippedFiles(program.path()), (QStringList{ini, cfg}));
+
+        TConfigInstaller installer;
+        QVERIFY(installer.Install(program.path(), {cfg}, data));
+        QCOMPARE(Read(data + cfg), Read(program.filePath(cfg)));
+        // The user's own messages stay until a newer list ships.
+        Write(data + cfg, "FileVersion:1.0\nName:Mine;DstGroupAddress:1;DstDeviceAddress:2;Payload:\n");
+        QVERIFY(installer.Install(program.path(), {cfg}, data));
+        QCOMPARE(Read(data + cfg), QByteArray("FileVersion:1.0\nName:Mine;DstGroupAddress:1;DstDeviceAddress:2;Payload:\n"));
+        Write(program.filePath(cfg), "FileVersion:1.1\n");
+        QVERIFY(installer.Install(program.path(), {cfg}, data));
+        QCOMPARE(Read(data + cfg), QByteArray("FileVersion:1.1\n"));
+        QCOMPARE(Read(data + cfg + QStringLiteral("_old")), QByteArray("FileVersion:1.0\nName:Mine;DstGroupAddress:1;DstDeviceAddress:2;Payload:\n"));
+
+        // The build puts the list beside the programs, with its version.
+        QVERIFY(TConfigInstaller::ShippedFiles(QStringLiteral(TESSERA_BIN_DIR)).contains(cfg));
+        QVERIFY(TConfigInstaller::IsNewer(installer.FileVersion(QStringLiteral(TESSERA_BIN_DIR "/") + cfg), QStringLiteral("default")));
     }
 
     void install_defaultVersions()

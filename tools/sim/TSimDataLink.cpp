@@ -18,10 +18,6 @@ constexpr int kLoRaPreambleSymbols = 8;
 constexpr int kFskOverheadBytes = 5 + 3 + 1 + 2;   // preamble, sync word, length, CRC
 constexpr quint8 kMaxRxCtrl = D::kRxWindowAfterTx;
 constexpr quint8 kMaxFskDataRate = 2;
-constexpr quint8 kBroadcastGroup = 0xFF;
-constexpr quint16 kBroadcastDevice = 0xFFFF;
-constexpr quint8 kControlUnconfirmed = 0x40;   // first byte of a radio frame
-constexpr quint8 kControlConfirmed = 0x41;
 
 // FSKDataRate  bit/s
 const int kFskBitRates[] = {50000, 100000, 250000};
@@ -34,11 +30,6 @@ TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> item
     for (const auto& item : items)
         record.Append(QLatin1String(item.first), item.second);
     return record;
-}
-
-QByteArray Le16(quint16 value)
-{
-    return QByteArray(1, char(value & 0xFF)) + QByteArray(1, char(value >> 8));
 }
 
 TSimReply Wrong()
@@ -56,6 +47,33 @@ TSimDataLink::TSimDataLink(TSimModule& module)
     : TSimService(module)
 {
     Defaults();
+    m_ackTimer.setSingleShot(true);
+    QObject::connect(&m_ackTimer, &QTimer::timeout, &m_context, [this] {
+        m_module.SendMessage(kSapId, Ids::kAckTimeoutEvent, QByteArray());
+    });
+}
+
+TSimDataLink::~TSimDataLink()
+{
+    if (m_air)
+        m_air->Leave(this);
+}
+
+void TSimDataLink::SetAir(TSimAir* air)
+{
+    // A frame on the air left behind never ends.
+    m_air = air;
+    m_transmitting = false;
+    m_ackTimer.stop();
+}
+
+void TSimDataLink::Restarted()
+{
+    m_config = m_storedConfig;
+    m_ackMode = D::kAckPlain;
+    m_ackData.clear();
+    m_packetCounter = 0;
+    m_ackTimer.stop();
 }
 
 void TSimDataLink::Defaults()
@@ -67,6 +85,7 @@ void TSimDataLink::Defaults()
                        {"PowerLevel", "14"}, {"RxCtrl", THexText::Prefixed(D::kRxAlwaysOn, 2)}, {"RxWindow", "3000"},
                        {"ExtraOptions", THexText::Prefixed(D::kOptionRxTrailer, 2)}, {"FSKDataRate", "0"}, {"AutoPowerSaving", "0"},
                        {"LBTThreshold", "-85"}});
+    m_storedConfig = m_config;
     if (m_aesKey.isEmpty())
         m_aesKey = QByteArray(D::kAESKeyBytes, '\0');
 }
@@ -108,6 +127,44 @@ bool TSimDataLink::TrailerOn() const
     return TSimLayout::Number(m_config, "ExtraOptions") & D::kOptionRxTrailer;
 }
 
+bool TSimDataLink::AesOn() const
+{
+    return TSimLayout::Number(m_config, "ExtraOptions") & D::kOptionAES;
+}
+
+bool TSimDataLink::Listening() const
+{
+    switch (TSimLayout::Number(m_config, "RxCtrl")) {
+    case D::kRxAlwaysOn:
+        return true;
+    case D::kRxWindowAfterTx:
+        return m_lastTxEndMs >= 0 && m_module.Uptime() - m_lastTxEndMs <= TSimLayout::Number(m_config, "RxWindow");
+    default:
+        return false;
+    }
+}
+
+TSimChannel TSimDataLink::Channel() const
+{
+    TSimChannel channel;
+    channel.modulation = quint8(TSimLayout::Number(m_config, "Modulation"));
+    channel.frequency = quint32(TSimLayout::Number(m_config, "Frequency"));
+    channel.bandwidth = quint8(TSimLayout::Number(m_config, "Bandwidth"));
+    channel.spreading = quint8(TSimLayout::Number(m_config, "Spreading"));
+    channel.fskDataRate = quint8(TSimLayout::Number(m_config, "FSKDataRate"));
+    return channel;
+}
+
+int TSimDataLink::PowerLevel() const
+{
+    return int(TSimLayout::Number(m_config, "PowerLevel"));
+}
+
+int TSimDataLink::LbtThreshold() const
+{
+    return int(TSimLayout::Number(m_config, "LBTThreshold"));
+}
+
 quint32 TSimDataLink::AirtimeMs(const TKeyValueList& radio, int frameBytes)
 {
     if (TSimLayout::Number(radio, "Modulation") == D::kModulationFSK) {
@@ -123,9 +180,9 @@ quint32 TSimDataLink::AirtimeMs(const TKeyValueList& radio, int frameBytes)
     return quint32(std::ceil((kLoRaPreambleSymbols + 4.25 + payloadSymbols) * symbolMs));
 }
 
-QByteArray TSimDataLink::RxTrailer() const
+QByteArray TSimDataLink::RxTrailer(qint16 rssiDbm, qint8 snrDb) const
 {
-    return TSimLayout::Pack(D::kRxTrailer, Record({{"RSSI", QString::number(kRssiDbm)}, {"SNR", QString::number(kSnrDb)},
+    return TSimLayout::Pack(D::kRxTrailer, Record({{"RSSI", QString::number(rssiDbm)}, {"SNR", QString::number(snrDb)},
                                                    {"Time", ModuleTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))}}));
 }
 
@@ -133,53 +190,134 @@ QByteArray TSimDataLink::RxTrailer() const
 
 void TSimDataLink::SendTxEvent(quint8 msgId, int dataBytes)
 {
-    ++m_packetCounter;
-    if (TSimCounters* c = Counters())
-        ++c->radioTxPackets;
-    m_module.SendMessage(kSapId, msgId, TSimLayout::Pack(D::kTxEvent, Record({
-        {"Status", "0"}, {"Packet", QString::number(m_packetCounter)},
-        {"AirTime", QString::number(AirtimeMs(m_config, dataBytes + kFrameOverheadBytes))}})));
+    SendTxEvent(msgId, TSimReply::kOk, AirtimeMs(m_config, dataBytes + kFrameOverheadBytes));
 }
 
-void TSimDataLink::SendRxEvent(quint8 msgId, quint8 dstGroup, quint16 dstDevice, quint8 srcGroup, quint16 srcDevice, const QByteArray& data)
+void TSimDataLink::SendTxEvent(quint8 msgId, quint8 status, qint64 airTimeMs)
 {
-    if (TSimCounters* c = Counters()) {
-        ++c->radioRxPackets;
-        ++c->radioRxAddressOk;
+    TKeyValueList event = Record({{"Status", QString::number(status)}, {"Packet", QString::number(m_packetCounter)}});
+    TSimCounters* c = Counters();
+    if (status == TSimReply::kOk) {
+        ++m_packetCounter;
+        event = Record({{"Status", "0"}, {"Packet", QString::number(m_packetCounter)}, {"AirTime", QString::number(airTimeMs)}});
+        if (c)
+            ++c->radioTxPackets;
+    } else if (c) {
+        ++(status == kMediaBusy ? c->radioTxMediaBusy : c->radioTxErrors);
     }
+    m_module.SendMessage(kSapId, msgId, TSimLayout::Pack(D::kTxEvent, event));
+}
+
+void TSimDataLink::SendRxEvent(quint8 msgId, const TSimRadioFrame& frame, qint16 rssiDbm, qint8 snrDb)
+{
     const bool trailer = TrailerOn();
     QByteArray payload = TSimLayout::Pack(D::kRxHeader, Record({
-        {"Format", THexText::Prefixed(trailer ? D::kFormatTrailer : 0, 2)}, {"DstGroupAddress", THexText::Prefixed(dstGroup, 2)}, {"DstDeviceAddress", THexText::Prefixed(dstDevice, 4)},
-        {"SrcGroupAddress", THexText::Prefixed(srcGroup, 2)}, {"SrcDeviceAddress", THexText::Prefixed(srcDevice, 4)}}));
-    payload.append(data);
+        {"Format", THexText::Prefixed(trailer ? D::kFormatTrailer : 0, 2)}, {"DstGroupAddress", THexText::Prefixed(frame.dstGroup, 2)},
+        {"DstDeviceAddress", THexText::Prefixed(frame.dstDevice, 4)}, {"SrcGroupAddress", THexText::Prefixed(frame.srcGroup, 2)},
+        {"SrcDeviceAddress", THexText::Prefixed(frame.srcDevice, 4)}}));
+    payload.append(frame.data);
     if (trailer)
-        payload.append(RxTrailer());
+        payload.append(RxTrailer(rssiDbm, snrDb));
     m_module.SendMessage(kSapId, msgId, payload);
+}
+
+TSimRadioFrame TSimDataLink::Frame(TSimRadioFrame::Kind kind, quint8 dstGroup, quint16 dstDevice, const QByteArray& data) const
+{
+    TSimRadioFrame frame;
+    frame.kind = kind;
+    frame.dstGroup = dstGroup;
+    frame.dstDevice = dstDevice;
+    frame.srcGroup = GroupAddress();
+    frame.srcDevice = DeviceAddress();
+    frame.data = data;
+    if (AesOn())
+        frame.aesKey = m_aesKey;
+    return frame;
 }
 
 bool TSimDataLink::ReceiveMessage(quint8 srcGroup, quint16 srcDevice, const QByteArray& data, bool confirmed)
 {
-    if (!ReceiverOn() || data.size() > D::kMaxUserData)
+    if (data.size() > D::kMaxUserData)
         return false;
+    TSimRadioFrame frame = Frame(confirmed ? TSimRadioFrame::Confirmed : TSimRadioFrame::Unconfirmed, GroupAddress(), DeviceAddress(), data);
+    frame.srcGroup = srcGroup;
+    frame.srcDevice = srcDevice;
+    return Hear(frame, kRssiDbm, kSnrDb);
+}
+
+bool TSimDataLink::Hear(const TSimRadioFrame& frame, qint16 rssiDbm, qint8 snrDb)
+{
+    if (!Listening())
+        return false;
+    TSimCounters* c = Counters();
+    if (c)
+        ++c->radioRxPackets;
+    // A sniffer shows every frame as it came off the air.
     if (TSimLayout::Number(m_config, "RadioMode") == D::kRadioModeSniffer) {
-        // A sniffer shows the frame as it came off the air: control byte, addresses, user data.
-        QByteArray frame(1, char(confirmed ? kControlConfirmed : kControlUnconfirmed));
-        frame.append(char(GroupAddress()));
-        frame.append(Le16(DeviceAddress()));
-        frame.append(char(srcGroup));
-        frame.append(Le16(srcDevice));
-        frame.append(data);
-        m_module.SendMessage(kSapId, Ids::kRxRawDataEvent, frame + RxTrailer());
+        m_module.SendMessage(kSapId, Ids::kRxRawDataEvent, frame.Bytes() + RxTrailer(rssiDbm, snrDb));
         return true;
     }
-    SendRxEvent(confirmed ? Ids::kRxCDataEvent : Ids::kRxUDataEvent, GroupAddress(), DeviceAddress(), srcGroup, srcDevice, data);
-    if (confirmed) {
-        const int ackBytes = m_ackMode == D::kAckPlain ? 0 : m_ackData.size();
-        if (m_ackMode == D::kAckDataOnce)
-            m_ackMode = D::kAckPlain;
-        Later(kTxEventDelayMs, [this, ackBytes] { SendTxEvent(Ids::kTxAckEvent, ackBytes); });
+    if (frame.aesKey != (AesOn() ? m_aesKey : QByteArray())) {
+        if (c)
+            ++c->radioRxCRCErrors;   // the integrity code does not check out
+        return false;
     }
+    const bool forUs = (frame.dstGroup == GroupAddress() || frame.dstGroup == D::kBroadcastGroup)
+                       && (frame.dstDevice == DeviceAddress() || frame.dstDevice == D::kBroadcastDevice);
+    if (!forUs)
+        return false;
+    if (c)
+        ++c->radioRxAddressOk;
+    if (frame.kind == TSimRadioFrame::Ack) {
+        // Only the acknowledgement that is awaited, from the module that was asked, counts.
+        if (!m_ackTimer.isActive() || frame.srcGroup != m_awaitGroup || frame.srcDevice != m_awaitDevice)
+            return false;
+        m_ackTimer.stop();
+        SendRxEvent(Ids::kRxAckEvent, frame, rssiDbm, snrDb);
+        return true;
+    }
+    SendRxEvent(frame.kind == TSimRadioFrame::Confirmed ? Ids::kRxCDataEvent : Ids::kRxUDataEvent, frame, rssiDbm, snrDb);
+    if (frame.kind == TSimRadioFrame::Confirmed && !frame.Broadcast())
+        Acknowledge(frame);
     return true;
+}
+
+void TSimDataLink::Acknowledge(const TSimRadioFrame& frame)
+{
+    const QByteArray ackData = m_ackMode == D::kAckPlain ? QByteArray() : m_ackData;
+    if (m_ackMode == D::kAckDataOnce)
+        m_ackMode = D::kAckPlain;
+    if (!m_air) {
+        Later(kTxEventDelayMs, [this, ackData] { SendTxEvent(Ids::kTxAckEvent, ackData.size()); });
+        return;
+    }
+    TSimRadioFrame ack = Frame(TSimRadioFrame::Ack, frame.srcGroup, frame.srcDevice, ackData);
+    Later(kAckTurnaroundMs, [this, ack] {
+        if (m_air)
+            m_air->Transmit(this, ack, AirtimeMs(m_config, ack.data.size() + kFrameOverheadBytes));
+    });
+}
+
+void TSimDataLink::TransmissionEnded(const TSimRadioFrame& frame, quint32 airTimeMs)
+{
+    m_transmitting = false;
+    m_lastTxEndMs = m_module.Uptime();
+    switch (frame.kind) {
+    case TSimRadioFrame::Unconfirmed:
+        SendTxEvent(Ids::kTxUDataEvent, TSimReply::kOk, airTimeMs);
+        break;
+    case TSimRadioFrame::Confirmed: {
+        SendTxEvent(Ids::kTxCDataEvent, TSimReply::kOk, airTimeMs);
+        m_awaitGroup = frame.dstGroup;
+        m_awaitDevice = frame.dstDevice;
+        // Long enough for the answer with the most ack data to come back.
+        m_ackTimer.start(kAckTurnaroundMs + int(AirtimeMs(m_config, D::kMaxAckData + kFrameOverheadBytes)) + kAckMarginMs);
+        break;
+    }
+    case TSimRadioFrame::Ack:
+        SendTxEvent(Ids::kTxAckEvent, TSimReply::kOk, airTimeMs);
+        break;
+    }
 }
 
 // ---- requests ----
@@ -200,24 +338,41 @@ TSimReply TSimDataLink::Send(const QByteArray& payload, bool confirmed)
         return Wrong();
     if (TSimLayout::Number(m_config, "RadioMode") == D::kRadioModeSniffer)
         return TSimReply::Status(kWrongDeviceMode);
-    const int dataBytes = payload.size() - 3;
-    const quint8 dstGroup = quint8(TSimLayout::Number(message, "DstGroupAddress"));
-    const quint16 dstDevice = quint16(TSimLayout::Number(message, "DstDeviceAddress"));
-    Later(kTxEventDelayMs, [this, confirmed, dataBytes, dstGroup, dstDevice] {
-        SendTxEvent(confirmed ? Ids::kTxCDataEvent : Ids::kTxUDataEvent, dataBytes);
-        if (!confirmed)
+    const TSimRadioFrame frame = Frame(confirmed ? TSimRadioFrame::Confirmed : TSimRadioFrame::Unconfirmed,
+                                       quint8(TSimLayout::Number(message, "DstGroupAddress")),
+                                       quint16(TSimLayout::Number(message, "DstDeviceAddress")), payload.mid(3));
+    if (m_air)
+        return SendOnAir(frame);
+    Later(kTxEventDelayMs, [this, frame] {
+        SendTxEvent(frame.kind == TSimRadioFrame::Confirmed ? Ids::kTxCDataEvent : Ids::kTxUDataEvent, frame.data.size());
+        if (frame.kind != TSimRadioFrame::Confirmed)
             return;
         // Nobody acknowledges a broadcast, and a module whose receiver is off never hears an ack.
-        const bool broadcast = dstGroup == kBroadcastGroup || dstDevice == kBroadcastDevice;
-        if (m_peerAcks && !broadcast && ReceiverOn()) {
-            const QByteArray ackData = m_peerAckData;
-            Later(kAckDelayMs, [this, dstGroup, dstDevice, ackData] {
-                SendRxEvent(Ids::kRxAckEvent, GroupAddress(), DeviceAddress(), dstGroup, dstDevice, ackData);
-            });
+        if (m_peerAcks && !frame.Broadcast() && ReceiverOn()) {
+            TSimRadioFrame ack = Frame(TSimRadioFrame::Ack, GroupAddress(), DeviceAddress(), m_peerAckData);
+            ack.srcGroup = frame.dstGroup;
+            ack.srcDevice = frame.dstDevice;
+            Later(kAckDelayMs, [this, ack] { SendRxEvent(Ids::kRxAckEvent, ack, kRssiDbm, kSnrDb); });
         } else {
             Later(kAckTimeoutMs, [this] { m_module.SendMessage(kSapId, Ids::kAckTimeoutEvent, QByteArray()); });
         }
     });
+    return TSimReply::Ok();
+}
+
+TSimReply TSimDataLink::SendOnAir(const TSimRadioFrame& frame)
+{
+    // One frame at a time: the module queues nothing behind the one on air.
+    if (m_transmitting)
+        return TSimReply::Status(kTxQueueFull);
+    const quint8 txEvent = frame.kind == TSimRadioFrame::Confirmed ? Ids::kTxCDataEvent : Ids::kTxUDataEvent;
+    if (m_air->ChannelBusy(this)) {
+        Later(kTxEventDelayMs, [this, txEvent] { SendTxEvent(txEvent, kMediaBusy, 0); });
+        return TSimReply::Ok();
+    }
+    m_transmitting = true;
+    m_ackTimer.stop();
+    m_air->Transmit(this, frame, AirtimeMs(m_config, frame.data.size() + kFrameOverheadBytes));
     return TSimReply::Ok();
 }
 
@@ -249,6 +404,8 @@ TSimReply TSimDataLink::SetRadioConfig(const QByteArray& payload)
     for (const TKeyValueList::Item& item : qAsConst(config))
         if (item.first != QLatin1String("NVM") && item.first != QLatin1String("Reserved"))
             m_config.Set(item.first, item.second);
+    if (TSimLayout::Number(config, "NVM") == 1)
+        m_storedConfig = m_config;
     return TSimReply::Ok();
 }
 

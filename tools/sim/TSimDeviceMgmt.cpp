@@ -246,6 +246,7 @@ void TSimDeviceMgmt::Restart()
 {
     // What a restart forgets: the operation mode. Clock, alarm and configuration are kept.
     m_operationMode = 0;
+    m_module.RestartServices();
     m_module.SendPowerUpEvent();
 }
 

@@ -48,6 +48,7 @@ void TSimModule::LeaveBootloader()
     m_inBootloader = false;
     m_pty->SetPacing(0, 10);
     TakeIdentityFromFlash();
+    RestartServices();
     emit EvApplicationStarted();
     SendPowerUpEvent();   // a freshly started application announces itself
 }
@@ -118,6 +119,12 @@ TSimService* TSimModule::Service(quint8 sapId) const
         if (service->SapID() == sapId)
             return service.get();
     return nullptr;
+}
+
+void TSimModule::RestartServices()
+{
+    for (const auto& service : m_services)
+        service->Restarted();
 }
 
 void TSimModule::ForceStatus(quint8 sapId, quint8 msgId, quint8 status)

@@ -45,6 +45,8 @@ public:
     TSimIdentity& Identity() { return m_identity; }
     void AddService(std::unique_ptr<TSimService> service);
     TSimService* Service(quint8 sapId) const;
+    /// Tells every service that the module restarted (reset, or the application started again).
+    void RestartServices();
 
     void SetFault(Fault fault) { m_fault = fault; }
     Fault CurrentFault() const { return m_fault; }

@@ -49,7 +49,7 @@ QByteArray TSimSensor::Header(bool trailer, quint8 dstGroup, quint16 dstDevice, 
         {"DstDeviceAddress", THexText::Prefixed(dstDevice, 4)}, {"SrcGroupAddress", THexText::Prefixed(srcGroup, 2)}, {"SrcDeviceAddress", THexText::Prefixed(srcDevice, 4)}}));
 }
 
-QByteArray TSimSensor::Values(quint16 counter) const
+QByteArray TSimSensor::TelegramValues(quint16 counter)
 {
     // The room warms by a tenth of a degree per telegram and cools again, so values move visibly.
     const int drift = counter % 10;
@@ -67,7 +67,7 @@ void TSimSensor::Transmit()
     const quint16 counter = ++m_counter;
     // What the node sends is reported as sent: nothing was received, so no trailer.
     m_module.SendMessage(kSapId, Ids::kSensorDataEvent,
-                         Header(false, kReceiverGroup, kReceiverDevice, link->GroupAddress(), link->DeviceAddress()) + Values(counter));
+                         Header(false, kReceiverGroup, kReceiverDevice, link->GroupAddress(), link->DeviceAddress()) + TelegramValues(counter));
     if (!(TSimLayout::Number(m_config, "Options") & S::kOptionAckRequest) || !link->ReceiverOn())
         return;
     QTimer::singleShot(kAckDelayMs, &m_context, [this, counter] {
@@ -84,15 +84,15 @@ void TSimSensor::Transmit()
     });
 }
 
-bool TSimSensor::ReceiveTelegram(quint8 srcGroup, quint16 srcDevice, quint16 counter)
+bool TSimSensor::ReceiveTelegram(quint8 srcGroup, quint16 srcDevice, quint16 counter, qint16 rssiDbm, qint8 snrDb)
 {
     TSimDataLink* link = DataLink();
     if (!link || Mode() != S::kModeReceiver || !link->ReceiverOn())
         return false;
     const bool trailer = link->TrailerOn();
-    QByteArray payload = Header(trailer, link->GroupAddress(), link->DeviceAddress(), srcGroup, srcDevice) + Values(counter);
+    QByteArray payload = Header(trailer, link->GroupAddress(), link->DeviceAddress(), srcGroup, srcDevice) + TelegramValues(counter);
     if (trailer)
-        payload.append(link->RxTrailer());
+        payload.append(link->RxTrailer(rssiDbm, snrDb));
     m_module.SendMessage(kSapId, Ids::kSensorDataEvent, payload);
     return true;
 }

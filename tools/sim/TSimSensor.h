@@ -3,9 +3,8 @@
 #include <QTimer>
 
 #include "base/TKeyValueList.h"
+#include "tools/sim/TSimDataLink.h"
 #include "tools/sim/TSimService.h"
-
-class TSimDataLink;
 
 /// Sensor application of the virtual module: as transmitter it reports each telegram it sends
 /// every "TxPeriod" ms (and the receiver's acknowledgement when asked for); as receiver it reports
@@ -27,8 +26,12 @@ public:
     quint8 SapID() const override { return kSapId; }
     TSimReply HandleRequest(quint8 msgId, const QByteArray& payload) override;
 
-    /// A transmitter's telegram arrives at this receiver; false (nothing sent) in any other role.
-    bool ReceiveTelegram(quint8 srcGroup, quint16 srcDevice, quint16 counter);
+    /// A transmitter's telegram arrives at this receiver with this signal; false (nothing sent) in
+    /// any other role.
+    bool ReceiveTelegram(quint8 srcGroup, quint16 srcDevice, quint16 counter, qint16 rssiDbm = TSimDataLink::kRssiDbm,
+                         qint8 snrDb = TSimDataLink::kSnrDb);
+    /// Sensor values of telegram `counter`, as they travel in a telegram.
+    static QByteArray TelegramValues(quint16 counter);
     quint8 Mode() const;
     bool Transmitting() const { return m_timer.isActive(); }
     quint16 Counter() const { return m_counter; }
@@ -37,7 +40,6 @@ private:
     TSimReply SetConfig(const QByteArray& payload);
     void Transmit();
     QByteArray Header(bool trailer, quint8 dstGroup, quint16 dstDevice, quint8 srcGroup, quint16 srcDevice) const;
-    QByteArray Values(quint16 counter) const;
     TSimDataLink* DataLink() const;
 
     QObject m_context;   ///< owns the delayed actions, so none outlives this service

@@ -29,6 +29,8 @@ public:
     virtual quint8 SapID() const = 0;
     /// Response MsgID is always the request's + 1.
     virtual TSimReply HandleRequest(quint8 msgId, const QByteArray& payload) = 0;
+    /// The module restarted: what lives in RAM only is lost.
+    virtual void Restarted() {}
 
 protected:
     TSimModule& m_module;

@@ -10,6 +10,7 @@
 #include "tools/sim/TSimGateway.h"
 #include "tools/sim/TSimGatewayOptions.h"
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimOspreyOptions.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
 namespace {
@@ -58,9 +59,16 @@ int main(int argc, char* argv[])
     const QCommandLineOption noExtErase(QStringLiteral("no-extended-erase"), QStringLiteral("The bootloader offers Erase (0x43) instead of Extended Erase (0x44)."));
     const QCommandLineOption pacing(QStringLiteral("pacing"), QStringLiteral("Bootloader answers leave at 115200 baud, 8E1."));
     parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
+    TSimOspreyOptions osprey;
+    osprey.AddTo(parser);
     parser.process(app);
 
     QTextStream err(stderr);
+    QString ospreyError;
+    if (!osprey.Read(parser, ospreyError)) {
+        err << ospreyError << "\n";
+        return 2;
+    }
     TSimModule module;
     TSimIdentity& id = module.Identity();
     if (parser.isSet(fwName))
@@ -133,8 +141,14 @@ int main(int argc, char* argv[])
         err << error << "\n";
         return 1;
     }
+    if (!osprey.Start(module, error)) {
+        err << error << "\n";
+        return 1;
+    }
     QTextStream out(stdout);
     out << module.PortName() << "\n";
+    if (!osprey.PeerPortName().isEmpty())
+        out << osprey.PeerPortName() << "\n";
     if (gateway)
         out << "gateway port " << gateway->Port() << "\n";
     out.flush();
