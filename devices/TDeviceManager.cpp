@@ -508,7 +508,8 @@ void TDeviceManager::ReleasePort(const QString& port)
     if (TRadioController* c = DeviceByPort(port)) {
         if (!c->IsBusy())
             c->Close();   // the port is free at once, not when the controller goes
-        RemoveDevice(c, false);
+        m_policy.Remember(port, c == m_selected);
+        Drop(c);
     }
     SetState(port, StateReleased);
 }

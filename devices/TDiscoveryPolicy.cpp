@@ -64,12 +64,12 @@ QString TDiscoveryPolicy::IdentityOf(const QString& port) const
     return identities.join(QLatin1Char(';'));
 }
 
-void TDiscoveryPolicy::Remember(const Device& device)
+void TDiscoveryPolicy::Remember(const QString& port, bool selected)
 {
-    Record& r = m_records[device.port];
+    Record& r = m_records[port];
     r.phase = Phase::Gone;
     r.remembered = true;
-    r.selected = device.selected;
+    r.selected = selected;
 }
 
 QList<TDiscoveryPolicy::Decision> TDiscoveryPolicy::Tick(const Snapshot& now, qint64 clockMs)
@@ -99,7 +99,7 @@ QList<TDiscoveryPolicy::Decision> TDiscoveryPolicy::Tick(const Snapshot& now, qi
         m_unsettled = true;
         if (here && !d.parked) {
             // The port is back but the link died with the old one: a module (the same or another) is behind it.
-            Remember(d);
+            Remember(d.port, d.selected);
             out << Decision{Decision::Remove, d.port};
             occupied.remove(d.port);
             continue;
@@ -113,7 +113,7 @@ QList<TDiscoveryPolicy::Decision> TDiscoveryPolicy::Tick(const Snapshot& now, qi
             m_records.remove(d.port);
             out << Decision{Decision::DropParked, d.port};
         } else {
-            Remember(d);
+            Remember(d.port, d.selected);
             out << Decision{Decision::Remove, d.port};
         }
         occupied.remove(d.port);

@@ -72,6 +72,9 @@ public:
 
     /// Blocked until Reset (the settings' list, a device the user removed with blocking).
     void Block(const QString& port);
+    /// The module on this port went on purpose (its port was lent out): when it is found there
+    /// again it counts as the same one, selected again if it was.
+    void Remember(const QString& port, bool selected);
     /// Forgets all about a port (a device the user removed).
     void Forget(const QString& port);
     /// Every blocked or pending port starts afresh.
@@ -109,7 +112,6 @@ private:
     };
 
     QString IdentityOf(const QString& port) const;
-    void Remember(const Device& device);
     void DropVanished(const QStringList& candidates);
     int BackoffMs(int blocks) const;
 

@@ -402,6 +402,35 @@ private slots:
         m.RemoveTemporaryPort(sim->PortName());
     }
 
+    void released_portLeftFreeUntilResumed_thenFoundAndSelectedAgain()
+    {
+        auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
+        auto other = StartSim(QStringLiteral("Velto_LoRaWAN"));
+        const QString port = sim->PortName();
+        m.AddExtraPort(port);
+        m.DiscoveryTick();
+        m.AddExtraPort(other->PortName());
+        m.DiscoveryTick();
+        QCOMPARE(m.SelectedDevice(), m.DeviceByPort(port));
+        QSignalSpy states(&m, &TDeviceManager::EvDeviceStateChanged);
+
+        m.ReleasePort(port);
+        QVERIFY(!m.DeviceByPort(port));
+        const quint32 requests = sim->RequestsHandled();
+        m.DiscoveryTick();
+        QCOMPARE(sim->RequestsHandled(), requests);   // left alone ...
+        TVeltoLRHCI borrower;
+        QVERIFY(borrower.Open(port, QStringLiteral("115200")));   // ... and free for whoever borrowed it
+        borrower.Close();
+
+        m.ResumePort(port);
+        m.DiscoveryTick();
+        QVERIFY(m.DeviceByPort(port));
+        QCOMPARE(m.SelectedDevice(), m.DeviceByPort(port));
+        using S = TDeviceManager;
+        QCOMPARE(StatesOf(states, port), (QList<S::DeviceState>{S::StateReleased, S::StateNone, S::StateReconnecting, S::StateConnected}));
+    }
+
     void parked_keepsItsPortUntilItVanishes()
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
