@@ -262,8 +262,7 @@ void TDeviceManager::TryOpen(const QString& port, int baudrate, bool reconnect)
 {
     if (reconnect)
         SetState(port, StateReconnecting);
-    TRadioController probe;
-    if (!probe.ProbeOpen(port, QString::number(baudrate))) {
+    auto failed = [this, &port] {
         const Decision next = m_policy.ProbeFailed(port, m_clock.elapsed());
         if (next.kind == Decision::Retry)
             Report(QStringLiteral("error - couldn't open device on com port %1, -> retry outstanding !").arg(port));
@@ -272,13 +271,17 @@ void TDeviceManager::TryOpen(const QString& port, int baudrate, bool reconnect)
         else
             Report(QStringLiteral("info - still no module on %1: next try in %2 s").arg(port).arg(next.value / 1000));
         SetState(port, StateOf(port));
+    };
+    TRadioController probe;
+    if (!probe.ProbeOpen(port, QString::number(baudrate))) {
+        failed();
         return;
     }
-
     QString error;
     TRadioController* controller = TModuleOpener::Open(probe, &error);
     if (!controller) {
         Report(QStringLiteral("error - couldn't open device on com port %1: %2").arg(port, error));
+        failed();
         return;
     }
     const bool reselect = m_policy.ProbeSucceeded(port);

@@ -247,22 +247,23 @@ void TDiscoveryPolicy::SetBackoff(const QList<int>& stepsMs)
     m_backoffMs = stepsMs;
 }
 
-QStringList TDiscoveryPolicy::Pending() const
+QStringList TDiscoveryPolicy::PortsIn(Phase phase) const
 {
     QStringList ports;
     for (auto it = m_records.constBegin(); it != m_records.constEnd(); ++it)
-        if (it->phase == Phase::Pending)
+        if (it->phase == phase)
             ports << it.key();
     return ports;
 }
 
+QStringList TDiscoveryPolicy::Pending() const
+{
+    return PortsIn(Phase::Pending);
+}
+
 QStringList TDiscoveryPolicy::Blocked() const
 {
-    QStringList ports;
-    for (auto it = m_records.constBegin(); it != m_records.constEnd(); ++it)
-        if (it->phase == Phase::Blocked)
-            ports << it.key();
-    return ports;
+    return PortsIn(Phase::Blocked);
 }
 
 bool TDiscoveryPolicy::Reconnecting(const QString& port) const

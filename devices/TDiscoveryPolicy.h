@@ -112,6 +112,7 @@ private:
     };
 
     QString IdentityOf(const QString& port) const;
+    QStringList PortsIn(Phase phase) const;
     void DropVanished(const QStringList& candidates);
     int BackoffMs(int blocks) const;
 
