@@ -4,7 +4,10 @@
 #include <QSerialPortInfo>
 
 #include <sys/stat.h>
+#include <sys/types.h>
+#ifdef __linux__
 #include <sys/sysmacros.h>
+#endif
 
 namespace {
 // Unix98 pseudo-terminal slaves (/dev/pts/N) use these character-device majors.
