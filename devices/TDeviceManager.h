@@ -1,22 +1,32 @@
 #pragma once
+#include <QElapsedTimer>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 
 #include <memory>
 
+#include "devices/TDiscoveryPolicy.h"
+#include "devices/TPortMonitor.h"
 #include "devices/TPortSource.h"
 #include "base/TKeyValueList.h"
 
 class TRadioController;
 
-/// Finds modules on the serial ports every 500 ms, keeps one controller per module that answered,
-/// notices unplugged ones, and announces both. Never asks the user anything.
+/// Finds modules on the serial ports, keeps one controller per module that answered, notices
+/// unplugged ones, finds them again when they come back, and announces all of it. Never asks the
+/// user anything. The port list is read at start and when the port monitor reports a change; a
+/// 500 ms tick runs only while something changes by ticks (retries, back-off, devices counting
+/// down, hand-added paths). What to do is the discovery policy's; this is the shell around it.
 class TDeviceManager : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int kTickMs = 500;
+    static constexpr int kTickMs = TDiscoveryPolicy::kTickMs;
+    /// Port changes that arrive within this time are read with one enumeration.
+    static constexpr int kCoalesceMs = 200;
 
     /// What the studio shows for a module on a port.
     enum DeviceState {
@@ -34,14 +44,24 @@ public:
     static TDeviceManager& Instance();
     ~TDeviceManager() override;
 
+    /// Reads the port list, starts watching for port changes and ticking.
     void Start();
     void Stop();
-    bool IsRunning() const { return m_timerId != 0; }
-    /// One discovery tick (the timer calls it every 500 ms).
+    bool IsRunning() const { return m_running; }
+    /// True while the tick timer is set (it stops when nothing changes by ticks).
+    bool IsTicking() const { return m_tickTimer.isActive(); }
+    /// One discovery tick (the timer calls it; tests and the command-line tool may too).
     void DiscoveryTick();
+    /// Enumerations of the system's ports so far.
+    quint32 Enumerations() const { return m_enumerations; }
+    /// Discovery ticks so far.
+    quint32 Ticks() const { return m_ticks; }
 
-    /// Empties the blocked list; with deleteAll also drops every active device.
+    /// Empties the blocked list ("Discover Devices"); once the ports have been probed,
+    /// EvDiscoverySummary says what was found. With deleteAll it also drops every active device.
     void ResetBlockedPorts(bool deleteAll = false);
+    /// The last text EvDiscoverySummary gave (empty before the first).
+    QString DiscoverySummary() const { return m_summary; }
     bool SelectDevice(const QString& port);
     bool IsSelected(const QString& port) const;
     void ClearSelection();
@@ -78,16 +98,21 @@ public:
     /// A port probed for this run only (a demo module, a command-line --port); never stored.
     void AddTemporaryPort(const QString& port);
     void RemoveTemporaryPort(const QString& port) { m_temporaryPorts.removeAll(port); }
-    QStringList BlockedPorts() const { return m_blocked; }
+    QStringList BlockedPorts() const { return m_policy.Blocked(); }
     QStringList UsedPorts() const { return m_used; }
-    QStringList PendingPorts() const;
+    QStringList PendingPorts() const { return m_policy.Pending(); }
+    /// Back-off steps before a blocked port is tried again (tests shorten them).
+    void SetBackoff(const QList<int>& stepsMs) { m_policy.SetBackoff(stepsMs); }
 
-    /// Present ports: the system's, plus hand-added ports that exist (pseudo-terminals are never listed by the system).
+    /// Present ports: the last enumeration's, plus hand-added ports that exist (pseudo-terminals are never listed by the system).
     QStringList PresentPorts() const;
+    /// Ports whose USB identity matches the pattern (reads the port list afresh).
     QStringList PortsMatching(const QString& pattern) const;
     static QStringList AvailablePorts();
     void SetPortSource(std::unique_ptr<TPortSource> source);
     const TPortSource& PortSource() const { return *m_source; }
+    /// Replaces the port monitor (Start makes the system's when none is set).
+    void SetPortMonitor(std::unique_ptr<TPortMonitor> monitor);
 
 signals:
     void EvLocalDeviceAdded(const QString& comPort);
@@ -97,30 +122,52 @@ signals:
     void EvDeviceSelectionChanged(const QString& comPort);
     /// The state of the module on this port changed (see DeviceState).
     void EvDeviceStateChanged(const QString& comPort, TDeviceManager::DeviceState state);
-
-protected:
-    void timerEvent(QTimerEvent* event) override;
+    /// "Discover Devices" has probed the ports: "info - discovery found 2 modules: ..." or "info - discovery found no module".
+    void EvDiscoverySummary(const QString& text);
 
 private:
     TDeviceManager();
     bool IsNew(const QString& port) const;
-    void TryOpen(const QString& port);
+    TDiscoveryPolicy::Snapshot TakeSnapshot() const;
+    void Apply(const QList<TDiscoveryPolicy::Decision>& decisions);
+    void TryOpen(const QString& port, int baudrate, bool reconnect);
+    void Watch(TRadioController* controller);
+    void Drop(TRadioController* controller);
     void Detach(TRadioController* controller);
+    void SetPresence(const QString& port, int ticks);
+    void SetState(const QString& port, DeviceState state);
+    void RefreshStates();
+    void Enumerate();
+    void RequestEnumeration();
+    void Wake(int ms);
+    void ScheduleNext();
+    bool Watching() const { return m_monitor && m_monitor->Watching(); }
+    void ReportSummary();
     void Report(const QString& text);
-    static bool Present(const QStringList& present, const QString& port);
 
     std::unique_ptr<TPortSource> m_source;
+    std::unique_ptr<TPortMonitor> m_monitor;
+    TDiscoveryPolicy m_policy;
+    TPortSource::Ports m_ports;
     QList<TRadioController*> m_active;
     QList<TRadioController*> m_parked;
-    QList<TRadioController*> m_pending;
     TRadioController* m_selected = nullptr;
-    QStringList m_blocked;
     QStringList m_used;
     QStringList m_extraPorts;
     QStringList m_temporaryPorts;
     QStringList m_released;
     QStringList m_extraPatterns;
     QStringList m_defaultPatterns;
-    int m_timerId = 0;
+    QHash<QString, DeviceState> m_states;
+    QTimer m_tickTimer;
+    QTimer m_enumerateTimer;
+    QElapsedTimer m_clock;
+    QString m_summary;
+    quint32 m_enumerations = 0;
+    quint32 m_ticks = 0;
+    bool m_running = false;
     bool m_inTick = false;
+    bool m_tickAgain = false;
+    bool m_enumerationWanted = true;
+    bool m_summaryWanted = false;
 };

@@ -14,14 +14,14 @@ constexpr int kMaxSelectableBaud = 115200;
 // Defaults: 57600 and 115200 only.
 const int kDefaultRates[] = {57600, 115200};
 
-struct Flags {
+struct RateFlags {
     QList<bool> on;
     bool loaded = false;
 };
 
-Flags& State()
+RateFlags& State()
 {
-    static Flags flags;
+    static RateFlags flags;
     return flags;
 }
 
@@ -30,9 +30,9 @@ const QList<int>& Rates()
     return TVeltoLRHCI::SupportedBaudrates();
 }
 
-Flags& Loaded()
+RateFlags& Loaded()
 {
-    Flags& f = State();
+    RateFlags& f = State();
     if (!f.loaded)
         TDiscoveryRates::Load();
     return f;
@@ -41,7 +41,7 @@ Flags& Loaded()
 QStringList EnabledTexts()
 {
     QStringList list;
-    const Flags& f = State();
+    const RateFlags& f = State();
     for (int i = 0; i < Rates().size(); ++i)
         if (f.on.value(i))
             list << QString::number(Rates()[i]);
@@ -59,7 +59,7 @@ namespace TDiscoveryRates {
 
 void Load()
 {
-    Flags& f = State();
+    RateFlags& f = State();
     f.loaded = true;
     f.on.clear();
     for (int rate : Rates())
@@ -73,7 +73,7 @@ void Load()
 
 bool SetFlag(const QString& baudrateText, bool on)
 {
-    Flags& f = Loaded();
+    RateFlags& f = Loaded();
     const int index = Rates().indexOf(TVeltoLRHCI::ParseBaudrate(baudrateText));
     if (index < 0)
         return false;
@@ -90,7 +90,7 @@ bool Flag(int baudrate)
 
 int Count()
 {
-    return int(Loaded().on.count(true));
+    return Count(Loaded().on);
 }
 
 QStringList RateTexts()
@@ -112,24 +112,42 @@ QStringList SelectableTexts()
 
 int FirstIndex()
 {
-    const Flags& f = Loaded();
-    for (int i = Rates().size() - 1; i >= 0; --i)
-        if (f.on.value(i))
-            return i;
-    return Rates().indexOf(TVeltoLRHCI::kDefaultBaudrate);
+    return FirstIndex(Loaded().on);
 }
 
 int PreviousIndex(int index)
 {
-    const Flags& f = Loaded();
+    return PreviousIndex(Loaded().on, index);
+}
+
+QList<bool> Flags()
+{
+    return Loaded().on;
+}
+
+int FirstIndex(const QList<bool>& flags)
+{
+    for (int i = Rates().size() - 1; i >= 0; --i)
+        if (flags.value(i))
+            return i;
+    return Rates().indexOf(TVeltoLRHCI::kDefaultBaudrate);
+}
+
+int PreviousIndex(const QList<bool>& flags, int index)
+{
     const int count = Rates().size();
     if (index < 0 || index >= count)
         index = 0;
     const int start = index;
     do {
         index = index > 0 ? index - 1 : count - 1;
-    } while (index != start && !f.on.value(index));
+    } while (index != start && !flags.value(index));
     return index;
+}
+
+int Count(const QList<bool>& flags)
+{
+    return int(flags.count(true));
 }
 
 int RateAt(int index)

@@ -21,6 +21,12 @@ int FirstIndex();
 /// The next lower enabled rate, wrapping from the slowest to the fastest; `index` itself when it is the only one.
 int PreviousIndex(int index);
 int RateAt(int index);
+/// The discovery flag of every supported rate, in the link's order.
+QList<bool> Flags();
+/// The same walk over a given set of flags (the discovery policy works on a copy).
+int FirstIndex(const QList<bool>& flags);
+int PreviousIndex(const QList<bool>& flags, int index);
+int Count(const QList<bool>& flags);
 
 QString LoadLastBaudrate();
 void SaveLastBaudrate(const QString& baudrateText);

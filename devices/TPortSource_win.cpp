@@ -5,20 +5,17 @@ namespace {
 class TRegistryPortSource : public TPortSource
 {
 public:
-    QStringList PresentPorts() const override
+    Ports Enumerate() const override
     {
+        Ports ports;
         TRegistryKey root;
-        const auto key = root.Open(QStringLiteral("HARDWARE\\DEVICEMAP\\SERIALCOMM"));
-        return key ? key->Values() : QStringList();
-    }
-
-    QList<DevicePort> DevicePorts() const override
-    {
-        QList<DevicePort> result;
-        TRegistryKey root;
+        if (const auto key = root.Open(QStringLiteral("HARDWARE\\DEVICEMAP\\SERIALCOMM")))
+            ports.present = key->Values();
+        if (ports.present.isEmpty())
+            return ports;
         const auto enumKey = root.Open(QStringLiteral("SYSTEM\\CurrentControlSet\\Enum"));
         if (!enumKey)
-            return result;
+            return ports;
         for (const QString& enumerator : enumKey->SubkeyNames()) {
             const auto enumeratorKey = enumKey->Open(enumerator);
             if (!enumeratorKey)
@@ -33,12 +30,15 @@ public:
                         continue;
                     const QString port = parameters->Value(QStringLiteral("PortName"));
                     if (!port.isEmpty())
-                        result << DevicePort(device, port);
+                        ports.devices << DevicePort(device, port);
                 }
             }
         }
-        return result;
+        return ports;
     }
+
+    /// Hand-added ports are COM names here; the registry says whether they are present.
+    PathKind Classify(const QString&) const override { return PathName; }
 };
 }
 

@@ -42,7 +42,9 @@ void TRadioController::EnsureLink()
     connect(m_link, qOverload<const QString&, const TKeyValueList&>(&TVeltoLRHCI::EvShowMessage), this,
             qOverload<const QString&, const TKeyValueList&>(&TRadioController::OnShowMessage));
     connect(m_link, &TVeltoLRHCI::EvLogHCIMessage, this, &TRadioController::OnLogHCIMessage);
+    connect(m_link, &TVeltoLRHCI::EvWaitStarted, this, [this] { emit EvBusyChanged(true); });
     connect(m_link, &TVeltoLRHCI::EvWaitEnded, this, [this] {
+        emit EvBusyChanged(false);
         if (m_deleteWhenIdle && !IsBusy())
             deleteLater();
     });

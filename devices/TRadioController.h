@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QStringList>
 
+#include "devices/TDiscoveryPolicy.h"
 #include "hci/TVeltoLRHCI.h"
 #include "base/TKeyValueList.h"
 #include "sap/TVeltoLRSAP.h"
@@ -13,7 +14,7 @@ class TRadioController : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int kPresenceTicks = 3;
+    static constexpr int kPresenceTicks = TDiscoveryPolicy::kPresenceTicks;
     static constexpr int kConfigChangeDelayMs = 100;
 
     explicit TRadioController(QObject* parent = nullptr);
@@ -83,6 +84,8 @@ signals:
     void EvDeviceMgmt_PowerUpEvent(const TKeyValueList& itemList);
     /// What the controller shows; the status log writes it under the device's display name.
     void EvShowMessage(const QString& source, const QString& text);
+    /// A request of this controller starts (true) or has returned (false) waiting for the module.
+    void EvBusyChanged(bool busy);
 
 public slots:
     void OnDeviceMgmt_PowerUpEvent(const TKeyValueList& itemList);

@@ -279,6 +279,7 @@ bool TVeltoLRHCI::WaitForResponse(quint8 sapId, quint8 msgId)
     m_responseReceived = false;
     m_expectedSapId = sapId;
     m_expectedMsgId = msgId;
+    emit EvWaitStarted();
 
     if (IsOpen()) {
         QEventLoop loop;

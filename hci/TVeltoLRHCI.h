@@ -83,6 +83,8 @@ signals:
     void EvShowMessage(const QString& source, const QString& text);
     void EvShowMessage(const QString& source, const TKeyValueList& record);
     void EvLogHCIMessage(const TKeyValueList& record);
+    /// A request has been sent and its wait begins.
+    void EvWaitStarted();
     /// A wait has ended (answered, timed out or port lost).
     void EvWaitEnded();
     /// The port went away while open.

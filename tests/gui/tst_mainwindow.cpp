@@ -190,16 +190,15 @@ private slots:
         QCOMPARE(Field(rtc->Group(QStringLiteral("Alarm State")), "CurrentAlarm"), QStringLiteral("12:00:00"));
 
         // A port that never answers ends up blocked; "Discover Devices" frees it for the next tick.
-        manager.RemoveExtraPort(sim.PortName());
         manager.ResetBlockedPorts(true);
-        settings->AddExtraPort(QStringLiteral("/dev/tessera-missing"));
+        sim.SetFault(TSimModule::FaultNoAnswer);
         for (int i = 0; i <= 3 * TDiscoveryRates::Count(); ++i)
             manager.DiscoveryTick();
         settings->RefreshPage();
         QCOMPARE(settings->BlockedPortList()->count(), 1);
         settings->DiscoverDevices();
         QCOMPARE(settings->BlockedPortList()->count(), 0);
-        manager.RemoveExtraPort(QStringLiteral("/dev/tessera-missing"));
+        manager.RemoveExtraPort(sim.PortName());
     }
 
     void noDevice_statusLineAndBox()
