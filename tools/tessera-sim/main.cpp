@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimProductionSupport.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
 namespace {
@@ -54,6 +55,9 @@ int main(int argc, char* argv[])
     const QCommandLineOption noExtErase(QStringLiteral("no-extended-erase"), QStringLiteral("The bootloader offers Erase (0x43) instead of Extended Erase (0x44)."));
     const QCommandLineOption pacing(QStringLiteral("pacing"), QStringLiteral("Bootloader answers leave at 115200 baud, 8E1."));
     parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
+    const QCommandLineOption testLoss(QStringLiteral("test-loss"), QStringLiteral("Test packets lost in radio test modes 2 and 3, per cent."), QStringLiteral("PERCENT"));
+    const QCommandLineOption channelBusy(QStringLiteral("channel-busy"), QStringLiteral("Test transmissions answer \"media busy\"."));
+    parser.addOptions({testLoss, channelBusy});
     parser.process(app);
 
     QTextStream err(stderr);
@@ -110,6 +114,17 @@ int main(int argc, char* argv[])
         module.Bootloader().SetDevice(quint16(value));
     }
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
+    auto* production = static_cast<TSimProductionSupport*>(module.Service(TSimProductionSupport::kSapId));
+    if (parser.isSet(testLoss)) {
+        bool ok = false;
+        const int percent = parser.value(testLoss).toInt(&ok);
+        if (!ok || percent < 0 || percent > 100) {
+            err << "error - --test-loss wants 0..100\n";
+            return 2;
+        }
+        production->SetTestPacketLoss(percent);
+    }
+    production->SetChannelBusy(parser.isSet(channelBusy));
     module.SetBootloaderPacing(parser.isSet(pacing));
 
     QString error;
