@@ -41,12 +41,16 @@ int TCliConfig::Run(const QStringList& arguments, const QString& port, const QSt
     return action == QLatin1String("apply") ? Apply(arguments.at(1), port, baud) : Diff(arguments.at(1), port, baud);
 }
 
-bool TCliConfig::Load(const QString& path, TConfigTemplate& configTemplate)
+TRadioController* TCliConfig::LoadAndOpen(const QString& path, const QString& port, const QString& baud, TConfigTemplate& configTemplate, int& exitCode)
 {
-    if (configTemplate.Load(path))
-        return true;
-    Fail(configTemplate.ErrorText(), TCli::ExitUsage);
-    return false;
+    // A template that cannot be read sends nothing, so the module is not even opened.
+    if (!configTemplate.Load(path)) {
+        exitCode = Fail(configTemplate.ErrorText(), TCli::ExitUsage);
+        return nullptr;
+    }
+    TRadioController* controller = m_cli.OpenController(port, baud);
+    exitCode = controller ? TCli::ExitOk : TCli::ExitNoModule;
+    return controller;
 }
 
 void TCliConfig::PrintDifferences(const QList<TConfigTemplate::Difference>& differences, bool toErr)
@@ -76,11 +80,10 @@ int TCliConfig::Export(const QString& port, const QString& baud, TConfigTemplate
 int TCliConfig::Apply(const QString& path, const QString& port, const QString& baud)
 {
     TConfigTemplate configTemplate;
-    if (!Load(path, configTemplate))
-        return TCli::ExitUsage;
-    std::unique_ptr<TRadioController> controller(m_cli.OpenController(port, baud));
+    int exitCode = TCli::ExitOk;
+    std::unique_ptr<TRadioController> controller(LoadAndOpen(path, port, baud, configTemplate, exitCode));
     if (!controller)
-        return TCli::ExitNoModule;
+        return exitCode;
     const bool ok = configTemplate.Apply(*controller);
     if (m_cli.m_json) {
         const QString result = ok ? QStringLiteral("OK")
@@ -111,11 +114,10 @@ int TCliConfig::Apply(const QString& path, const QString& port, const QString& b
 int TCliConfig::Diff(const QString& path, const QString& port, const QString& baud)
 {
     TConfigTemplate configTemplate;
-    if (!Load(path, configTemplate))
-        return TCli::ExitUsage;
-    std::unique_ptr<TRadioController> controller(m_cli.OpenController(port, baud));
+    int exitCode = TCli::ExitOk;
+    std::unique_ptr<TRadioController> controller(LoadAndOpen(path, port, baud, configTemplate, exitCode));
     if (!controller)
-        return TCli::ExitNoModule;
+        return exitCode;
     QList<TConfigTemplate::Difference> differences;
     if (!configTemplate.Compare(*controller, differences))
         return Fail(configTemplate.ErrorText(), TCli::ExitCommandFailed);
