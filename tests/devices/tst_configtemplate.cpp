@@ -117,19 +117,12 @@ private slots:
         for (const char* secret : {"AppKey", "AES-Key", "DeviceEUI", "JoinEUI", "RxDeviceAddress", "RxGroupAddress", "DeviceID", "Nonce"})
             QVERIFY2(!json.contains(secret), secret);
         const QJsonObject root = QJsonDocument::fromJson(json).object();
-        QCOMPARE(root.value("FileType").toString(), QStringLiteral("Tessera configuration template"));
         QCOMPARE(root.value("FormatVersion").toInt(), 1);
-        QCOMPARE(root.value("WithKeys").toBool(true), false);
         QCOMPARE(root.value("Source").toObject(), (QJsonObject{{"DeviceType", "Velto LR USB Stick"}, {"FWName", "Caravel_LoRaWAN"}, {"FWVersion", "V2.4"}}));
         const QJsonObject settings = root.value("Settings").toObject();
         QCOMPARE(settings.value("DeviceMgmt/SetDeviceConfig").toObject(), (QJsonObject{{"PowerSaving", "0"}, {"ExtraOptions", "5"}}));
-        QCOMPARE(settings.value("LoRaWAN/SetRegionConfig").toObject(), (QJsonObject{{"DefaultRegion", "3"}, {"RegionMask", "0x0000008E"}}));
-        const QJsonArray limits = settings.value("LoRaWAN/SetTxPowerLimitConfig").toArray();
-        QCOMPARE(limits.size(), 6);
-        QCOMPARE(limits.at(2).toObject(), (QJsonObject{{"SubBandIndex", "2"}, {"ActiveFlag", "1"}, {"Limit", "10"}}));
-        QCOMPARE(settings.value("DataLink/SetRadioConfig").toObject().keys(),
-                 (QStringList{"Bandwidth", "ErrorCoding", "ExtraOptions", "FSKDataRate", "Frequency", "Modulation", "PowerLevel", "RadioMode",
-                              "RxCtrl", "RxWindow", "Spreading"}));
+        QCOMPARE(settings.value("LoRaWAN/SetTxPowerLimitConfig").toArray().at(2).toObject(),
+                 (QJsonObject{{"SubBandIndex", "2"}, {"ActiveFlag", "1"}, {"Limit", "10"}}));
 
         QSignalSpy requests(m_simB.get(), &TSimModule::RequestReceived);
         TConfigTemplate loaded;
@@ -137,14 +130,12 @@ private slots:
         QVERIFY2(loaded.Apply(*m_b), qPrintable(loaded.ErrorText()));
         QCOMPARE(loaded.Sent(), kConfiguration);
         QVERIFY(loaded.Differences().isEmpty());
-        // The radio configuration went out completed with B's own addresses and to be kept.
-        bool found = false;
+        // The radio configuration went out completed with B's own addresses, and to be kept (NVM 1).
+        QByteArrayList radioConfigs;
         for (const QList<QVariant>& request : requests)
-            if (request.at(0).value<quint8>() == 0x03 && request.at(1).value<quint8>() == 0x17) {
-                QCOMPARE(request.at(2).toByteArray().toHex(' '), QByteArray("01 00 10 00 3a 1f 00 00 00 00 60 d9 01 09 02 0a 00 02 f4 01 00 03 00 00 00 00"));
-                found = true;
-            }
-        QVERIFY(found);
+            if (request.at(0).value<quint8>() == 0x03 && request.at(1).value<quint8>() == 0x17)
+                radioConfigs << request.at(2).toByteArray().toHex(' ');
+        QCOMPARE(radioConfigs, QByteArrayList{"01 00 10 00 3a 1f 00 00 00 00 60 d9 01 09 02 0a 00 02 f4 01 00 03 00 00 00 00"});
 
         TConfigTemplate again;
         QVERIFY(again.Export(*m_b));
@@ -183,7 +174,6 @@ private slots:
                                                                                  << "LoRaWAN/SetDevNonce" << "LoRaWAN/SetJoinNonce"
                                                                                  << "PTS/SetDeviceID" << "DeviceMgmt/SetOperationMode"));
         QCOMPARE(everything.Source().Value("DeviceID"), QStringLiteral("0042A1C7"));
-        QCOMPARE(everything.Entries("DataLink/SetRadioConfig").first().Value("RxDeviceAddress"), QStringLiteral("0x0A0A"));
         QVERIFY2(everything.Apply(*m_b), qPrintable(everything.ErrorText()));
         QCOMPARE(Value(*m_b, "DeviceMgmt/GetDeviceInfo", "DeviceID"), QStringLiteral("0042A1C7"));
         QCOMPARE(Value(*m_b, "LoRaWAN/GetNwkStatus", "NetworkStatusText"), QStringLiteral("active (ABP)"));
@@ -226,54 +216,27 @@ private slots:
         QVERIFY(requests.isEmpty());
     }
 
-    void compare_listsWhatDiffers()
+    void compare_listsWhatDiffersAsTheModuleTakesIt()
     {
-        TConfigTemplate exported;
-        QVERIFY(exported.Export(*m_a));
-        QList<TConfigTemplate::Difference> differences;
-        QVERIFY(exported.Compare(*m_b, differences));
-        QCOMPARE(Lines(differences), (QStringList{
-            "DeviceMgmt/SetRadioStack|RadioStack|1|0",
-            "DeviceMgmt/SetDeviceConfig|PowerSaving|0|1",
-            "DeviceMgmt/SetDeviceConfig|ExtraOptions|5|0",
-            "LoRaWAN/SetRegionConfig|DefaultRegion|3|1",
-            "LoRaWAN/SetRegionConfig|RegionMask|0x0000008E|0x00000086",
-            "LoRaWAN/SetActiveRegion|ActiveRegion|3|1",
-            "LoRaWAN/SetNodeConfig|DataRate|3|5",
-            "LoRaWAN/SetNodeConfig|PowerLevel|10|14",
-            "LoRaWAN/SetNodeConfig|Options|0x04|0x00",
-            "LoRaWAN/SetNodeConfig|AutoPowerSaving|0|1",
-            "LoRaWAN/SetNodeConfig|Retransmissions|2|7",
-            "LoRaWAN/SetNodeConfig|BandID|7|1",
-            "LoRaWAN/SetNodeConfig|HeaderMacCmdCap|1|0",
-            "LoRaWAN/SetCustomConfig|TxPowerOffset|-3|0",
-            "LoRaWAN/SetTxPowerLimitConfig|ActiveFlag (SubBandIndex 2)|1|0",
-            "LoRaWAN/SetTxPowerLimitConfig|Limit (SubBandIndex 2)|10|14",
-            "LoRaWAN/SetLinkADRRequestConfig|HandlingMode|2|0",
-            "DataLink/SetRadioConfig|Bandwidth|1|0",
-            "DataLink/SetRadioConfig|Spreading|9|11",
-            "DataLink/SetRadioConfig|ErrorCoding|2|1",
-            "DataLink/SetRadioConfig|PowerLevel|10|14",
-            "DataLink/SetRadioConfig|RxCtrl|0x02|0x01",
-            "DataLink/SetRadioConfig|RxWindow|500|3000",
-            "DataLink/SetRadioConfig|ExtraOptions|0x03|0x01",
-            "DeviceMgmt/SetOperationMode|OperationMode|1|0",
-        }));
-
-        // Values are compared as the module takes them, not as text.
-        QVERIFY(exported.FromJson(R"({"FileType": "Tessera configuration template", "FormatVersion": 1, "Settings": {
-            "LoRaWAN/SetRegionConfig": {"RegionMask": "0x86", "DefaultRegion": 1},
+        // Numbers and octets are compared by value; a missing entry reads "n.a.".
+        TConfigTemplate configTemplate;
+        QVERIFY(configTemplate.FromJson(R"({"FileType": "Tessera configuration template", "FormatVersion": 1, "Settings": {
+            "LoRaWAN/SetRegionConfig": {"RegionMask": "0x86", "DefaultRegion": 2},
             "LoRaWAN/SetTxPowerLimitConfig": [{"SubBandIndex": "5", "ActiveFlag": "0", "Limit": "14"},
+                                              {"SubBandIndex": "2", "ActiveFlag": "1", "Limit": "14"},
                                               {"SubBandIndex": "9", "ActiveFlag": "0", "Limit": "14"}],
             "DataLink/SetAESKey": {"AES-Key": "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"}}})"));
-        QVERIFY(exported.Compare(*m_b, differences));
-        QCOMPARE(Lines(differences), (QStringList{"LoRaWAN/SetTxPowerLimitConfig|SubBandIndex (SubBandIndex 9)|9|n.a.",
+        QList<TConfigTemplate::Difference> differences;
+        QVERIFY(configTemplate.Compare(*m_b, differences));
+        QCOMPARE(Lines(differences), (QStringList{"LoRaWAN/SetRegionConfig|DefaultRegion|2|1",
+                                                  "LoRaWAN/SetTxPowerLimitConfig|ActiveFlag (SubBandIndex 2)|1|0",
+                                                  "LoRaWAN/SetTxPowerLimitConfig|SubBandIndex (SubBandIndex 9)|9|n.a.",
                                                   "LoRaWAN/SetTxPowerLimitConfig|ActiveFlag (SubBandIndex 9)|0|n.a.",
                                                   "LoRaWAN/SetTxPowerLimitConfig|Limit (SubBandIndex 9)|14|n.a."}));
         // Fields a template leaves out are completed from the module when it is applied.
-        QVERIFY(exported.FromJson(R"({"FileType": "Tessera configuration template", "FormatVersion": 1, "Settings": {
+        QVERIFY(configTemplate.FromJson(R"({"FileType": "Tessera configuration template", "FormatVersion": 1, "Settings": {
             "LoRaWAN/SetNodeConfig": {"DataRate": "2"}}})"));
-        QVERIFY2(exported.Apply(*m_b), qPrintable(exported.ErrorText()));
+        QVERIFY2(configTemplate.Apply(*m_b), qPrintable(configTemplate.ErrorText()));
         QCOMPARE(Value(*m_b, "LoRaWAN/GetNodeConfig", "DataRate"), QStringLiteral("2"));
         QCOMPARE(Value(*m_b, "LoRaWAN/GetNodeConfig", "Retransmissions"), QStringLiteral("7"));
     }
@@ -288,7 +251,6 @@ private slots:
                                     << "error - not a configuration template (\"FileType\" is not \"Tessera configuration template\")";
         QTest::newRow("newer format") << QByteArray(R"({"FileType": "Tessera configuration template", "FormatVersion": 2, "Settings": {}})")
                                       << "error - template format version 2 is not supported (this program reads 1)";
-        QTest::newRow("no settings") << head + R"("Settings": []})" << "error - template has no \"Settings\" object";
         QTest::newRow("unknown setting") << head + R"("Settings": {"DeviceMgmt/SetBootLoaderMode": {}}})"
                                          << "error - unknown setting in template: DeviceMgmt/SetBootLoaderMode";
         QTest::newRow("unknown field") << head + R"("Settings": {"LoRaWAN/SetCustomConfig": {"TxPower": "1"}}})"
@@ -297,12 +259,6 @@ private slots:
                                               << "error - DeviceMgmt/SetDeviceConfig: unknown field \"Reserved\"";
         QTest::newRow("boolean value") << head + R"("Settings": {"LoRaWAN/SetCustomConfig": {"TxPowerOffset": true}}})"
                                        << "error - LoRaWAN/SetCustomConfig: TxPowerOffset is neither text nor a whole number";
-        QTest::newRow("fraction") << head + R"("Settings": {"LoRaWAN/SetCustomConfig": {"TxPowerOffset": 1.5}}})"
-                                  << "error - LoRaWAN/SetCustomConfig: TxPowerOffset is neither text nor a whole number";
-        QTest::newRow("empty setting") << head + R"("Settings": {"LoRaWAN/SetCustomConfig": {}}})"
-                                       << "error - LoRaWAN/SetCustomConfig: entry 1 holds no fields";
-        QTest::newRow("list for an object") << head + R"("Settings": {"LoRaWAN/SetCustomConfig": [{"TxPowerOffset": "1"}]}})"
-                                            << "error - LoRaWAN/SetCustomConfig: expected an object";
         QTest::newRow("object for a list") << head + R"("Settings": {"LoRaWAN/SetTxPowerLimitConfig": {"SubBandIndex": "1"}}})"
                                            << "error - LoRaWAN/SetTxPowerLimitConfig: expected a list of objects";
         QTest::newRow("incomplete entry") << head + R"("Settings": {"LoRaWAN/SetTxPowerLimitConfig": [{"SubBandIndex": "1", "Limit": "3"}]}})"

@@ -231,22 +231,6 @@ private slots:
         QVERIFY(counters.radioRxCRCErrors >= 1);
     }
 
-    void channelBusy_transmissionsAnswerMediaBusy()
-    {
-        Sim().SetChannelBusy(true);
-        QVERIFY(!m_pts->SendTestMessage(TestMessage("01 02")));
-        QCOMPARE(m_pts->ResultText(), QStringLiteral("media busy"));
-        QVERIFY(!m_pts->SetRadioTestMode(Radio("1")));
-        QCOMPARE(m_pts->ResultText(), QStringLiteral("media busy"));
-        QVERIFY(!m_pts->SetRadioTestMode(Radio("2")));
-        QCOMPARE(Sim().TestMode(), quint8(0));
-        QCOMPARE(TSimDeviceMgmt::CountersOf(*m_sim)->radioTxMediaBusy, quint32(3));
-        QVERIFY(m_pts->SetRadioTestMode(Radio("3")));   // listening needs no free channel
-        QVERIFY(m_pts->SetRadioTestMode(Radio("0")));
-        Sim().SetChannelBusy(false);
-        QVERIFY(m_pts->SendTestMessage(TestMessage("01 02")));
-    }
-
     void restart_endsTheTestAndKeepsTheCalibration()
     {
         TVeltoLRDeviceMgmt dm;
