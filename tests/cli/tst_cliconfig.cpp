@@ -35,6 +35,8 @@ class TestCliConfig : public QObject
     std::unique_ptr<TSimModule> m_a;
     std::unique_ptr<TSimModule> m_b;
     QTemporaryDir m_dir;
+    QString m_portA;   ///< links: pseudo-terminal numbers are reused at once
+    QString m_portB;
 
     QString File(const QString& name, const QString& text)
     {
@@ -52,9 +54,12 @@ private slots:
             (*sim)->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
             QVERIFY((*sim)->Open());
         }
+        m_portA = m_dir.filePath(QStringLiteral("a"));
+        m_portB = m_dir.filePath(QStringLiteral("b"));
+        QVERIFY(m_a->CreateLink(m_portA) && m_b->CreateLink(m_portB));
         for (const char* command : {"DeviceMgmt/SetDeviceConfig PowerSaving=0 ExtraOptions=5", "LoRaWAN/SetCustomConfig TxPowerOffset=-3",
                                     "DataLink/SetAESKey AES-Key=00-11-22-33-44-55-66-77-88-99-AA-BB-CC-DD-EE-FF"}) {
-            const Run run = Cli(QStringList{"exec", "--port", m_a->PortName()} + QString::fromLatin1(command).split(QLatin1Char(' ')));
+            const Run run = Cli(QStringList{"exec", "--port", m_portA} + QString::fromLatin1(command).split(QLatin1Char(' ')));
             QVERIFY2(run.exitCode == 0, qPrintable(run.err));
         }
     }
@@ -66,7 +71,7 @@ private slots:
 
     void exportApplyDiff_endToEnd()
     {
-        Run run = Cli({"config", "export", "--port", m_a->PortName()});
+        Run run = Cli({"config", "export", "--port", m_portA});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.err, QString());
         QVERIFY(!run.out.contains(QStringLiteral("AES-Key")));
@@ -74,17 +79,17 @@ private slots:
         QCOMPARE(settings.value("LoRaWAN/SetCustomConfig").toObject(), (QJsonObject{{"TxPowerOffset", "-3"}}));
         const QString unit = File(QStringLiteral("unit.json"), run.out);
 
-        QCOMPARE(Cli({"config", "diff", "--port", m_b->PortName(), unit}).exitCode, 1);
-        run = Cli({"config", "apply", "--port", m_b->PortName(), unit});
+        QCOMPARE(Cli({"config", "diff", "--port", m_portB, unit}).exitCode, 1);
+        run = Cli({"config", "apply", "--port", m_portB, unit});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.err, QString());
         QVERIFY2(run.out.startsWith(QStringLiteral("info - sent DeviceMgmt/SetRadioStack\ninfo - sent DeviceMgmt/SetDeviceConfig\n")), qPrintable(run.out));
         QVERIFY(run.out.endsWith(QStringLiteral("info - sent DeviceMgmt/SetOperationMode\n"
                                                 "info - read back: the module matches the template (10 settings)\n")));
-        run = Cli({"--json", "config", "diff", "--port", m_b->PortName(), unit});
+        run = Cli({"--json", "config", "diff", "--port", m_portB, unit});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.out, QStringLiteral("[]\n"));
-        run = Cli({"config", "export", "--with-keys", "--port", m_a->PortName()});
+        run = Cli({"config", "export", "--with-keys", "--port", m_portA});
         QCOMPARE(run.exitCode, 0);
         QCOMPARE(QJsonDocument::fromJson(run.out.toUtf8()).object().value("Settings").toObject().value("DataLink/SetAESKey").toObject(),
                  (QJsonObject{{"AES-Key", "00-11-22-33-44-55-66-77-88-99-AA-BB-CC-DD-EE-FF"}}));
@@ -92,15 +97,15 @@ private slots:
 
     void apply_refusedSettingIsNamed()
     {
-        const Run exported = Cli({"config", "export", "--port", m_a->PortName()});
+        const Run exported = Cli({"config", "export", "--port", m_portA});
         const QString unit = File(QStringLiteral("unit.json"), exported.out);
         m_b->ForceStatus(0x01, 0x25, 0x04);   // SetDeviceConfigReq: "wrong device mode"
-        Run run = Cli({"config", "apply", "--port", m_b->PortName(), unit});
+        Run run = Cli({"config", "apply", "--port", m_portB, unit});
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(run.out, QStringLiteral("info - sent DeviceMgmt/SetRadioStack\n"));
         QCOMPARE(run.err, QStringLiteral("error - setting refused: DeviceMgmt/SetDeviceConfig (wrong device mode)\n"));
 
-        run = Cli({"--json", "config", "apply", "--port", m_b->PortName(), unit});
+        run = Cli({"--json", "config", "apply", "--port", m_portB, unit});
         QCOMPARE(run.exitCode, 1);
         const QJsonObject report = QJsonDocument::fromJson(run.out.toUtf8()).object();
         QCOMPARE(report.value("Result").toString(), QStringLiteral("Refused"));
@@ -110,7 +115,7 @@ private slots:
         // Accepted but not kept: the read-back says where.
         m_b->ClearForcedStatus();
         m_b->ForceStatus(0x10, 0x31, 0x00);
-        run = Cli({"config", "apply", "--port", m_b->PortName(), unit});
+        run = Cli({"config", "apply", "--port", m_portB, unit});
         QCOMPARE(run.exitCode, 1);
         QCOMPARE(run.err, QStringLiteral("LoRaWAN/SetCustomConfig TxPowerOffset: template -3, module 0\n"
                                          "error - after applying, the module differs from the template in 1 value\n"));
@@ -118,10 +123,10 @@ private slots:
 
     void usageAndBadTemplates()
     {
-        QCOMPARE(Cli({"config", "--port", m_b->PortName()}).exitCode, 2);
-        QCOMPARE(Cli({"config", "apply", "--port", m_b->PortName()}).exitCode, 2);
+        QCOMPARE(Cli({"config", "--port", m_portB}).exitCode, 2);
+        QCOMPARE(Cli({"config", "apply", "--port", m_portB}).exitCode, 2);
         QCOMPARE(Cli({"config", "export"}).exitCode, 2);
-        const Run run = Cli({"config", "apply", "--port", m_b->PortName(), File(QStringLiteral("broken.json"), QStringLiteral("{\"FileType\": 1}"))});
+        const Run run = Cli({"config", "apply", "--port", m_portB, File(QStringLiteral("broken.json"), QStringLiteral("{\"FileType\": 1}"))});
         QCOMPARE(run.exitCode, 2);
         QCOMPARE(run.err, QStringLiteral("error - not a configuration template (\"FileType\" is not \"Tessera configuration template\")\n"));
         QCOMPARE(Cli({"config", "export", "--port", QStringLiteral("/dev/tessera-no-such-port")}).exitCode, 3);

@@ -56,19 +56,22 @@ class TestConfigTemplate : public QObject
     std::unique_ptr<TSimModule> m_simB;
     std::unique_ptr<TExtLoRaWANEndNode> m_a;
     std::unique_ptr<TExtLoRaWANEndNode> m_b;
+    QTemporaryDir m_dir;
+    QString m_portB;   ///< links: pseudo-terminal numbers are reused at once
 
     bool OpenBoth()
     {
         for (auto* sim : {&m_simA, &m_simB}) {
             *sim = std::make_unique<TSimModule>();
             (*sim)->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
-            if (!(*sim)->Open())
+            if (!(*sim)->Open() || !(*sim)->CreateLink(m_dir.filePath(sim == &m_simA ? QStringLiteral("a") : QStringLiteral("b"))))
                 return false;
         }
+        m_portB = m_dir.filePath(QStringLiteral("b"));
         m_simB->Identity().deviceId = 0x00B0B0B0;
         m_a = std::make_unique<TExtLoRaWANEndNode>();
         m_b = std::make_unique<TExtLoRaWANEndNode>();
-        return m_a->Open(m_simA->PortName(), QStringLiteral("115200")) && m_b->Open(m_simB->PortName(), QStringLiteral("115200"))
+        return m_a->Open(m_dir.filePath(QStringLiteral("a")), QStringLiteral("115200")) && m_b->Open(m_portB, QStringLiteral("115200"))
             && m_a->ReadDeviceInfo() && m_b->ReadDeviceInfo();
     }
 
@@ -208,7 +211,7 @@ private slots:
         m_simB->ClearForcedStatus();
         m_b->Close();
         TLoRaWANEndNode plain;
-        QVERIFY(plain.Open(m_simB->PortName(), QStringLiteral("115200")));
+        QVERIFY(plain.Open(m_portB, QStringLiteral("115200")));
         requests.clear();
         QVERIFY(!exported.Apply(plain));
         QCOMPARE(exported.ErrorText(), QStringLiteral("error - setting refused: DeviceMgmt/SetRadioStack (the module does not have this setting)"));

@@ -25,6 +25,7 @@ class TestProduction : public QObject
 
     std::unique_ptr<TSimModule> m_sim;
     std::unique_ptr<TLoRaWANEndNode> m_node;
+    QTemporaryDir m_dir;
 
     TSimProductionSupport& Sim() { return *dynamic_cast<TSimProductionSupport*>(m_sim->Service(TSimProductionSupport::kSapId)); }
     bool Run(const QString& command, const QString& params, TKeyValueList* result = nullptr)
@@ -38,8 +39,10 @@ private slots:
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        // A link names the module: pseudo-terminal numbers are reused at once.
+        QVERIFY(m_sim->CreateLink(m_dir.filePath(QStringLiteral("module"))));
         m_node = std::make_unique<TLoRaWANEndNode>();
-        QVERIFY(m_node->Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(m_node->Open(m_dir.filePath(QStringLiteral("module")), QStringLiteral("115200")));
     }
     void cleanup()
     {
