@@ -38,8 +38,9 @@ enum TestMode : quint8 { kTestOff = 0, kTestCarrier = 1, kTestTxPackets = 2, kTe
 /// offset (dB), transmit power offset (0.1 dB), temperature sensor offset (0.1 °C).
 enum CalibrationId : quint16 { kCalFrequencyOffset = 1, kCalRssiOffset = 2, kCalTxPowerOffset = 3, kCalTemperatureOffset = 4 };
 /// "MeasurementID" values: supply voltage (mV), temperature (0.1 °C), RSSI on the test
-/// frequency (dBm, only while the receive test runs).
-enum MeasurementId : quint16 { kMeasSupplyVoltage = 1, kMeasTemperature = 2, kMeasRssi = 3 };
+/// frequency (dBm, only while the receive test runs), levels of the GPIO test pins (bit n = pin n,
+/// read back from the pins; there is no other way to read what SetGPIOPorts drives).
+enum MeasurementId : quint16 { kMeasSupplyVoltage = 1, kMeasTemperature = 2, kMeasRssi = 3, kMeasGpioLevels = 4 };
 
 // ---- requests and responses ----
 

@@ -33,6 +33,16 @@ const KeyDefault kDefaults[] = {
     {"FirmwareVersions", "Configuration",               ":/Config/FirmwareVersions.json"},
     {"FirmwareSupport",  "FirmwareCompatibilityCheck",  "yes"},
     {"Formats",          "ISOFormat",                   "yes"},
+    {"Radio",            "TestMode",                    "0"},
+    {"Radio",            "PowerLevel",                  "14"},
+    {"Radio",            "Modulation",                  "0"},
+    {"Radio",            "Frequency",                   "14245888"},   // 869.5 MHz
+    {"Radio",            "Bandwidth",                   "0"},
+    {"Radio",            "Spreading",                   "7"},
+    {"Radio",            "ErrorCoding",                 "1"},
+    {"Radio",            "Payload",                     "01 02 03 04 05 06 07 08"},
+    {"Radio",            "RepeatCount",                 "100"},
+    {"Radio",            "RepeatInterval",              "1000"},      // ms
 };
 
 QString Default(const char* group, const char* key)
@@ -317,4 +327,36 @@ void TSettings::LoadSpecialSwitches(const QString& accessCode)
         m_specialFeatures << QStringLiteral("ApprovalTest");
     if (TableBool("Special", "SensorApp"))
         m_specialFeatures << QStringLiteral("SensorApp");
+}
+
+TRadioTestSettings TSettings::RadioTest() const
+{
+    TRadioTestSettings radio;
+    radio.testMode = TableInt("Radio", "TestMode");
+    radio.powerLevel = TableInt("Radio", "PowerLevel");
+    radio.modulation = TableInt("Radio", "Modulation");
+    radio.frequency = TableInt("Radio", "Frequency");
+    radio.bandwidth = TableInt("Radio", "Bandwidth");
+    radio.spreading = TableInt("Radio", "Spreading");
+    radio.errorCoding = TableInt("Radio", "ErrorCoding");
+    radio.payload = TableValue("Radio", "Payload");
+    radio.repeatCount = TableInt("Radio", "RepeatCount");
+    radio.repeatIntervalMs = TableInt("Radio", "RepeatInterval");
+    return radio;
+}
+
+void TSettings::SetRadioTest(const TRadioTestSettings& radio)
+{
+    TKeyValueList items;
+    items.Append(QStringLiteral("TestMode"), radio.testMode);
+    items.Append(QStringLiteral("PowerLevel"), radio.powerLevel);
+    items.Append(QStringLiteral("Modulation"), radio.modulation);
+    items.Append(QStringLiteral("Frequency"), radio.frequency);
+    items.Append(QStringLiteral("Bandwidth"), radio.bandwidth);
+    items.Append(QStringLiteral("Spreading"), radio.spreading);
+    items.Append(QStringLiteral("ErrorCoding"), radio.errorCoding);
+    items.Append(QStringLiteral("Payload"), radio.payload);
+    items.Append(QStringLiteral("RepeatCount"), radio.repeatCount);
+    items.Append(QStringLiteral("RepeatInterval"), radio.repeatIntervalMs);
+    WriteGroup(QStringLiteral("Radio"), items);
 }

@@ -3,6 +3,7 @@
 #include <QStringList>
 
 #include "base/TKeyValueList.h"
+#include "settings/TRadioTestSettings.h"
 
 class QSettings;
 
@@ -62,6 +63,9 @@ public:
     QString LoRaWANConfigPath() const;
     QString DeviceConfigPath() const;
     QString FirmwareVersionsPath() const;
+    /// The node test page's radio fields; a missing or non-numeric value reads as its default.
+    TRadioTestSettings RadioTest() const;
+    void SetRadioTest(const TRadioTestSettings& radio);
 
     /// Date format of shown time stamps ("Formats"/"ISOFormat"); cached, refreshed by LoadSpecialSwitches.
     bool IsoFormat() const { return m_isoFormat; }

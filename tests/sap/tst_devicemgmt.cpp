@@ -211,6 +211,16 @@ private slots:
         QCOMPARE(result.ToText(), QStringLiteral("RadioStack: 1"));
         QCOMPARE(changes.size(), 4);
 
+        // Reserved bytes are kept as the module received them.
+        TKeyValueList raw;
+        QVERIFY(Invoke(m_dm.get(), "SendTestCommand", Params({{"SapID", "1"}, {"MsgID", "0x25"}, {"MsgPayload", "5A 00 A5 02"}}), &raw));
+        result.clear();
+        QVERIFY(m_dm->GetDeviceConfig(result));
+        QCOMPARE(result.ToText(QStringLiteral("|")), QStringLiteral("Reserved: 90|PowerSaving: 0|Reserved: 165|ExtraOptions: 2"));
+        raw.clear();
+        QVERIFY(!Invoke(m_dm.get(), "SendTestCommand", Params({{"SapID", "1"}, {"MsgID", "0x25"}, {"MsgPayload", "00 02 00 00"}}), &raw));
+        QCOMPARE(raw.Value("MsgPayload"), QStringLiteral("03"));
+
         result.clear();
         QVERIFY(m_dm->GetCPUID(result));
         QCOMPARE(result.ToText(QStringLiteral("|")), QStringLiteral("CPUID: 0x410FC241|UniqueID: 33 00 29 00 11 51 33 39 C7 A1 42 00"));

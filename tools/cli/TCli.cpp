@@ -31,7 +31,8 @@
 #include "firmware/TBootloaderCtrl.h"
 #include "firmware/TBootloaderIF.h"
 #include "firmware/TIntelHex.h"
-#include "tools/cli/TRegTable.h"
+#include "devices/TRegTable.h"
+#include "tools/cli/TCliConfig.h"
 
 #include <unistd.h>
 
@@ -47,6 +48,7 @@ const char* const kSubcommands[][2] = {
     {"flash", "Update a module's firmware from an Intel HEX image through the STM32 bootloader."},
     {"hex", "Read an Intel HEX file into a memory image and describe it (or write it back)."},
     {"gateways", "call ADDRESS... [--wait SECONDS]: call gateways over UDP and print their status answers; list: the stored addresses."},
+    {"config", "Export a module's configuration as a template, apply one (export | apply FILE | diff FILE)."},
 };
 
 /// Runs the event loop for `seconds` (for ever when 0) or until `stop` quits it; sleeps while nothing happens.
@@ -103,7 +105,10 @@ int TCli::Run(const QStringList& arguments)
     const QCommandLineOption timeout(QStringLiteral("timeout"), QStringLiteral("HCI response time-out in ms (default 5000)."), QStringLiteral("MS"));
     parser.addOptions({help, version, port, baud, json, verbose, seconds, chip, freq, bitrate, fdev, rxbw, image, verify, eraseAll, pins, viaHci, size, write, timeout});
     AddGatewayOptions(parser);
-    parser.addPositionalArgument(QStringLiteral("subcommand"), QStringLiteral("ports | discover | exec | monitor | commands | regtable | flash | hex | gateways"));
+    const QCommandLineOption withKeys(QStringLiteral("with-keys"), QStringLiteral("config export: include the keys."));
+    const QCommandLineOption withDeviceValues(QStringLiteral("with-device-values"), QStringLiteral("config export: include addresses, EUIs, IDs and nonces."));
+    parser.addOptions({withKeys, withDeviceValues});
+    parser.addPositionalArgument(QStringLiteral("subcommand"), QStringLiteral("ports | discover | exec | monitor | commands | regtable | flash | hex | gateways | config"));
 
     if (!parser.parse(QStringList{QStringLiteral("tessera-cli")} + arguments))
         return Usage(parser.errorText());
@@ -177,6 +182,10 @@ int TCli::Run(const QStringList& arguments)
         return RegTable(parser.value(chip), parser.values(freq), parser.values(bitrate), parser.values(fdev), parser.values(rxbw));
     if (sub == QLatin1String("commands"))
         return Commands(parser.value(port), baudText);
+    if (sub == QLatin1String("config"))
+        return TCliConfig(*this).Run(positional.mid(1), parser.value(port), baudText,
+                                     TConfigTemplate::Options((parser.isSet(withKeys) ? TConfigTemplate::WithKeys : 0)
+                                                              | (parser.isSet(withDeviceValues) ? TConfigTemplate::WithDeviceValues : 0)));
 
     if (sub == QLatin1String("exec") || sub == QLatin1String("monitor")) {
         if (!parser.isSet(port))

@@ -19,6 +19,7 @@ public:
     int Run(const QStringList& arguments);
 
 private:
+    friend class TCliConfig;
     int Ports();
     int Discover(const QStringList& extraPorts, double seconds);
     int Exec(const QString& port, const QString& baud, const QString& command, const QStringList& pairs);

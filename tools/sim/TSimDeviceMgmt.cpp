@@ -6,11 +6,13 @@
 #include "sap/TFieldLayout.h"
 #include "sap/TRtcTime.h"
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimProductionSupport.h"
 
 using namespace DeviceMgmtLayouts;
 
 namespace {
 constexpr int kMsPerDay = 24 * 60 * 60 * 1000;
+constexpr int kDeviceConfigBytes = 4;
 const char* const kTimeFormat = "yyyy-MM-dd hh:mm:ss";
 
 QByteArray U32(quint32 value)
@@ -218,10 +220,12 @@ TSimReply TSimDeviceMgmt::SetHciConfig(const QByteArray& payload)
 
 TSimReply TSimDeviceMgmt::SetDeviceConfig(const QByteArray& payload)
 {
+    // The reserved bytes are kept as they come, and read back so.
     TKeyValueList config;
-    if (!TSimLayout::Parse(kDeviceConfig, payload, config) || TSimLayout::Number(config, "PowerSaving") > 1)
+    TFieldLayout::Decode(kDeviceConfig, payload, 0, config);
+    if (payload.size() != kDeviceConfigBytes || TSimLayout::Number(config, "PowerSaving") > 1)
         return TSimReply::Status(TSimReply::kWrongParameter);
-    m_deviceConfig = config;
+    m_deviceConfig = payload;
     return TSimReply::Ok();
 }
 
@@ -235,19 +239,23 @@ TSimReply TSimDeviceMgmt::SetSingleValue(const QByteArray& payload, quint8 maxim
 
 void TSimDeviceMgmt::ResetDeviceConfig()
 {
-    m_deviceConfig.clear();
-    m_deviceConfig.Append(QStringLiteral("Reserved"), QStringLiteral("0"));
-    m_deviceConfig.Append(QStringLiteral("PowerSaving"), QStringLiteral("1"));
-    m_deviceConfig.Append(QStringLiteral("Reserved"), QStringLiteral("0"));
-    m_deviceConfig.Append(QStringLiteral("ExtraOptions"), QStringLiteral("0"));
+    // Reserved, PowerSaving on, Reserved, ExtraOptions
+    m_deviceConfig = QByteArray::fromHex("00010000");
 }
 
 void TSimDeviceMgmt::Restart()
 {
-    // What a restart forgets: the operation mode. Clock, alarm and configuration are kept.
+    // What a restart forgets: the operation mode and a running production test. Clock, alarm and
+    // configuration are kept.
     m_operationMode = 0;
     m_module.RestartServices();
     m_module.SendPowerUpEvent();
+}
+
+TSimCounters* TSimDeviceMgmt::CountersOf(const TSimModule& module)
+{
+    auto* dm = dynamic_cast<TSimDeviceMgmt*>(module.Service(kSapId));
+    return dm ? &dm->Counters() : nullptr;
 }
 
 TSimReply TSimDeviceMgmt::HandleRequest(quint8 msgId, const QByteArray& payload)
@@ -275,7 +283,7 @@ TSimReply TSimDeviceMgmt::HandleRequest(quint8 msgId, const QByteArray& payload)
     case kSetDeviceConfigReq:
         return SetDeviceConfig(payload);
     case kGetDeviceConfigReq:
-        return TSimReply::Ok(TSimLayout::Pack(kDeviceConfig, m_deviceConfig));
+        return TSimReply::Ok(m_deviceConfig);
     case kResetDeviceConfigReq:
         ResetDeviceConfig();
         return TSimReply::Ok();

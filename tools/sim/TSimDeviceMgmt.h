@@ -65,6 +65,8 @@ public:
     QDateTime Now() const;
 
     TSimCounters& Counters() { return m_counters; }
+    /// The counters of a module's device management; null when it has none.
+    static TSimCounters* CountersOf(const TSimModule& module);
     quint8 OperationMode() const { return m_operationMode; }
     bool AlarmActive() const { return m_alarmActive; }
     /// Sends the alarm event now, as when the module clock reaches the alarm time.
@@ -97,6 +99,6 @@ private:
     QTime m_alarmTime;
     QDateTime m_nextAlarm;
     TKeyValueList m_hciConfig;
-    TKeyValueList m_deviceConfig;
+    QByteArray m_deviceConfig;   ///< as last set, reserved bytes included
     TSimCounters m_counters;
 };

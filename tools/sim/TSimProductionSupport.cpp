@@ -1,5 +1,7 @@
 #include "tools/sim/TSimProductionSupport.h"
 
+#include <iterator>
+
 #include "sap/ProductionSupportLayouts.h"
 #include "sap/TFieldLayout.h"
 #include "tools/sim/TSimDataLink.h"
@@ -13,7 +15,6 @@ namespace {
 constexpr quint8 kMaxClockSource = 3;
 constexpr quint8 kMaxFskDataRate = 2;
 constexpr int kTestMessageHeaderBytes = 8;   // radio settings before the test message's data
-constexpr int kTestPacketBytes = 16;         // data of the packets of the transmit test
 // The calibration items the module keeps, with their factory values.
 // id                          factory value
 const QMap<quint16, qint16> kFactoryCalibration = {
@@ -22,6 +23,26 @@ const QMap<quint16, qint16> kFactoryCalibration = {
     {P::kCalTxPowerOffset,      0},
     {P::kCalTemperatureOffset,  0},
 };
+
+/// Signal of the virtual test transmitter, packet after packet (repeating): offsets from the
+/// nominal RSSI and SNR, so that the statistics of a receive test have something to show.
+// RSSI dB  SNR dB
+const struct { int rssi; int snr; } kSignalVariation[] = {
+    {0,  0},
+    {-3, -1},
+    {2,  1},
+    {-1, 0},
+    {2,  0},
+};
+
+/// Data of the packets of test modes 2 and 3: 00 01 02 ... 0F.
+QByteArray TestPattern()
+{
+    QByteArray data(TSimProductionSupport::kTestPacketBytes, 0);
+    for (int i = 0; i < data.size(); ++i)
+        data[i] = char(i);
+    return data;
+}
 
 TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> items)
 {
@@ -45,19 +66,36 @@ TSimReply Wrong()
 TSimProductionSupport::TSimProductionSupport(TSimModule& module)
     : TSimService(module)
 {
-    QObject::connect(&m_testTimer, &QTimer::timeout, &m_context, [this] { SendTxTestPacket(m_testRadio, kTestPacketBytes); });
+    QObject::connect(&m_testTimer, &QTimer::timeout, &m_context, [this] { TestPacketSlot(); });
     FactoryDefaults();
 }
 
-void TSimProductionSupport::FactoryDefaults()
+void TSimProductionSupport::Restarted()
 {
     m_testTimer.stop();
     m_testMode = P::kTestOff;
     m_testRadio.clear();
-    m_calibration = kFactoryCalibration;
     m_gpioOutputs = m_gpioLevels = 0;
     m_clockOn = false;
     m_clock.clear();
+}
+
+void TSimProductionSupport::FactoryDefaults()
+{
+    Restarted();
+    m_calibration = kFactoryCalibration;
+}
+
+TSimCounters* TSimProductionSupport::Counters() const
+{
+    return TSimDeviceMgmt::CountersOf(m_module);
+}
+
+TSimReply TSimProductionSupport::MediaBusy()
+{
+    if (TSimCounters* counters = Counters())
+        ++counters->radioTxMediaBusy;
+    return TSimReply::Status(kMediaBusy);
 }
 
 bool TSimProductionSupport::RadioValid(const TKeyValueList& radio)
@@ -72,6 +110,8 @@ bool TSimProductionSupport::RadioValid(const TKeyValueList& radio)
 void TSimProductionSupport::SendTxTestPacket(const TKeyValueList& radio, int payloadBytes)
 {
     ++m_txCounter;
+    if (TSimCounters* counters = Counters())
+        ++counters->radioTxPackets;
     m_module.SendMessage(kSapId, Ids::kTxTestPacketEvent, TSimLayout::Pack(P::kTxTestPacketEvent, Record({
         {"PacketCounter", QString::number(m_txCounter)}, {"PowerLevel", radio.Value(QStringLiteral("PowerLevel"))},
         {"Frequency", radio.Value(QStringLiteral("Frequency"))},
@@ -82,11 +122,42 @@ bool TSimProductionSupport::ReceiveTestPacket(quint16 counter, const QByteArray&
 {
     if (m_testMode != P::kTestRxPackets || data.size() > P::kMaxTestPayload)
         return false;
+    SendRxTestPacket(counter, data, 0);
+    return true;
+}
+
+void TSimProductionSupport::SendRxTestPacket(quint16 counter, const QByteArray& data, int variation)
+{
+    const auto& signal = kSignalVariation[variation % int(std::size(kSignalVariation))];
+    if (TSimCounters* counters = Counters())
+        ++counters->radioRxPackets;
     m_module.SendMessage(kSapId, Ids::kRxTestPacketEvent, TSimLayout::Pack(P::kRxTestPacketEvent, Record({
         {"PacketCounter", QString::number(counter)},
-        {"RSSI", QString::number(kTestRssiDbm + m_calibration.value(P::kCalRssiOffset))},
-        {"SNR", QString::number(kTestSnrDb)}, {"Payload", TFieldLayout::HexOctets(data)}})));
-    return true;
+        {"RSSI", QString::number(kTestRssiDbm + m_calibration.value(P::kCalRssiOffset) + signal.rssi)},
+        {"SNR", QString::number(kTestSnrDb + signal.snr)}, {"Payload", TFieldLayout::HexOctets(data)}})));
+}
+
+void TSimProductionSupport::TestPacketSlot()
+{
+    ++m_slots;
+    // A lost packet completes another whole share of `m_lossPercent` per hundred slots.
+    const bool lost = m_slots * quint64(m_lossPercent) / 100 > (m_slots - 1) * quint64(m_lossPercent) / 100;
+    TSimCounters* counters = Counters();
+    if (m_testMode == P::kTestTxPackets) {
+        if (!lost) {
+            SendTxTestPacket(m_testRadio, kTestPacketBytes);
+            return;
+        }
+        ++m_txCounter;   // the packet's number is used up all the same
+        if (counters)
+            ++counters->radioTxErrors;
+        return;
+    }
+    ++m_peerCounter;
+    if (!lost)
+        SendRxTestPacket(m_peerCounter, TestPattern(), int(m_slots - 1));
+    else if (counters)
+        ++counters->radioRxCRCErrors;
 }
 
 // ---- requests ----
@@ -96,10 +167,15 @@ TSimReply TSimProductionSupport::SetRadioTestMode(const QByteArray& payload)
     TKeyValueList radio;
     if (!TSimLayout::Parse(P::kRadioTestMode, payload, radio) || TSimLayout::Number(radio, "TestMode") > P::kTestRxPackets || !RadioValid(radio))
         return Wrong();
+    const quint8 mode = quint8(TSimLayout::Number(radio, "TestMode"));
+    if (m_channelBusy && (mode == P::kTestCarrier || mode == P::kTestTxPackets))
+        return MediaBusy();
     m_testTimer.stop();
-    m_testMode = quint8(TSimLayout::Number(radio, "TestMode"));
+    m_testMode = mode;
     m_testRadio = radio;
-    if (m_testMode == P::kTestTxPackets)
+    m_slots = 0;
+    m_peerCounter = 0;
+    if (m_testMode == P::kTestTxPackets || m_testMode == P::kTestRxPackets)
         m_testTimer.start(kTestPacketPeriodMs);
     return TSimReply::Ok();
 }
@@ -185,6 +261,9 @@ TSimReply TSimProductionSupport::GetMeasurementValue(const QByteArray& payload) 
             return TSimReply::Status(kWrongDeviceMode);
         value = kTestRssiDbm + m_calibration.value(P::kCalRssiOffset);
         break;
+    case P::kMeasGpioLevels:
+        value = m_gpioLevels;   // the pins that are not driven are pulled low
+        break;
     default:
         return TSimReply::Status(kValueNotAvailable);
     }
@@ -231,6 +310,8 @@ TSimReply TSimProductionSupport::SendTestMessage(const QByteArray& payload)
         return Wrong();
     if (m_testMode != P::kTestOff)
         return TSimReply::Status(kWrongDeviceMode);
+    if (m_channelBusy)
+        return MediaBusy();
     const int bytes = payload.size() - kTestMessageHeaderBytes;
     QTimer::singleShot(kTxEventDelayMs, &m_context, [this, message, bytes] { SendTxTestPacket(message, bytes); });
     return TSimReply::Ok();

@@ -11,6 +11,7 @@
 #include "tools/sim/TSimGatewayOptions.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimOspreyOptions.h"
+#include "tools/sim/TSimProductionSupport.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
 namespace {
@@ -61,6 +62,9 @@ int main(int argc, char* argv[])
     parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
     TSimOspreyOptions osprey;
     osprey.AddTo(parser);
+    const QCommandLineOption testLoss(QStringLiteral("test-loss"), QStringLiteral("Test packets lost in radio test modes 2 and 3, per cent."), QStringLiteral("PERCENT"));
+    const QCommandLineOption channelBusy(QStringLiteral("channel-busy"), QStringLiteral("Test transmissions answer \"media busy\"."));
+    parser.addOptions({testLoss, channelBusy});
     parser.process(app);
 
     QTextStream err(stderr);
@@ -122,6 +126,17 @@ int main(int argc, char* argv[])
         module.Bootloader().SetDevice(quint16(value));
     }
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
+    auto* production = static_cast<TSimProductionSupport*>(module.Service(TSimProductionSupport::kSapId));
+    if (parser.isSet(testLoss)) {
+        bool ok = false;
+        const int percent = parser.value(testLoss).toInt(&ok);
+        if (!ok || percent < 0 || percent > 100) {
+            err << "error - --test-loss wants 0..100\n";
+            return 2;
+        }
+        production->SetTestPacketLoss(percent);
+    }
+    production->SetChannelBusy(parser.isSet(channelBusy));
     module.SetBootloaderPacing(parser.isSet(pacing));
 
     std::unique_ptr<TSimGateway> gateway;

@@ -1,4 +1,4 @@
-#include "tools/cli/TRegTable.h"
+#include "devices/TRegTable.h"
 
 #include <QStringList>
 
