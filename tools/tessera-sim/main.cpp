@@ -7,6 +7,7 @@
 #include <csignal>
 #include <unistd.h>
 
+#include "tools/sim/TSimControl.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
@@ -54,6 +55,7 @@ int main(int argc, char* argv[])
     const QCommandLineOption noExtErase(QStringLiteral("no-extended-erase"), QStringLiteral("The bootloader offers Erase (0x43) instead of Extended Erase (0x44)."));
     const QCommandLineOption pacing(QStringLiteral("pacing"), QStringLiteral("Bootloader answers leave at 115200 baud, 8E1."));
     parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
+    parser.addOptions(TSimControl::Options());
     parser.process(app);
 
     QTextStream err(stderr);
@@ -112,7 +114,14 @@ int main(int argc, char* argv[])
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
     module.SetBootloaderPacing(parser.isSet(pacing));
 
+    // The network: start options, then commands on standard input while the module runs.
+    TSimControl control(module);
     QString error;
+    if (!control.ApplyOptions(parser, error)) {
+        err << error << "\n";
+        return 2;
+    }
+
     if (!module.Open(&error)) {
         err << error << "\n";
         return 1;
@@ -124,6 +133,13 @@ int main(int argc, char* argv[])
     QTextStream out(stdout);
     out << module.PortName() << "\n";
     out.flush();
+    // A background job that reads its terminal would be stopped; it gets EIO instead and stops listening.
+    std::signal(SIGTTIN, SIG_IGN);
+    QObject::connect(&control, &TSimControl::EvReply, [&out](const QString& reply) {
+        out << reply << "\n";
+        out.flush();
+    });
+    control.Listen(STDIN_FILENO);
     if (parser.isSet(bootloader))
         module.EnterBootloader();
     else if (parser.isSet(powerUp))
