@@ -196,7 +196,8 @@ void TMainWindow::LoadConfigFiles()
     // Loaded means parsed and valid: the LoRaWAN pages offer its bands and regions as choices.
     TLoRaWANConfig& lorawan = TLoRaWANConfig::Instance();
     const QString lorawanPath = settings.LoRaWANConfigPath();
-    report(lorawanPath, lorawan.Load(lorawanPath), lorawan.ErrorText());
+    const bool lorawanLoaded = lorawan.Load(lorawanPath);
+    report(lorawanPath, lorawanLoaded, lorawan.ErrorText());
     const QString device = settings.DeviceConfigPath();
     QFile file(device);
     report(device, file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty(), QString());

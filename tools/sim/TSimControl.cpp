@@ -323,20 +323,22 @@ void TSimControl::OnReadable()
     m_pending.append(buffer, int(n));
     int end = 0;
     while ((end = m_pending.indexOf('\n')) >= 0) {
-        const QString line = QString::fromUtf8(m_pending.left(end));
+        const QByteArray line = m_pending.left(end);
         m_pending.remove(0, end + 1);
-        if (m_discarding) {
-            m_discarding = false;   // the end of an over-long line
+        if (m_discarding || line.size() > kMaxLineBytes) {
+            if (!m_discarding)
+                emit EvReply(Error(QStringLiteral("line longer than %1 bytes dropped").arg(kMaxLineBytes)));
+            m_discarding = false;   // the over-long line ended here
             continue;
         }
-        const QString reply = Execute(line);
+        const QString reply = Execute(QString::fromUtf8(line));
         if (!reply.isEmpty())
             emit EvReply(reply);
     }
     if (m_pending.size() > kMaxLineBytes) {
-        m_pending.clear();
         if (!m_discarding)
             emit EvReply(Error(QStringLiteral("line longer than %1 bytes dropped").arg(kMaxLineBytes)));
+        m_pending.clear();
         m_discarding = true;
     }
 }
