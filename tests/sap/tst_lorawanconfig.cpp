@@ -186,6 +186,20 @@ private slots:
         }
     }
 
+    void documentedExample_loads()
+    {
+        QFile doc(QStringLiteral(TESSERA_TEST_DATA "/../../../docs/lorawan-config.md"));
+        QVERIFY(doc.open(QIODevice::ReadOnly));
+        const QByteArray text = doc.readAll();
+        const int start = text.indexOf("```json\n") + 8;
+        QVERIFY(start >= 8);
+        const QString path = Write(QStringLiteral("example.json"), text.mid(start, text.indexOf("```", start) - start));
+        TLoRaWANConfig config;
+        QVERIFY2(config.Load(path), qPrintable(config.ErrorText()));
+        QCOMPARE(DataRateTexts(config.DownlinkDataRates(1)), QStringLiteral("DR5 (SF7BW125):222|DR7 (FSK50):222"));
+        QCOMPARE(config.RegionNames(0x2), QStringList{QStringLiteral("EU868")});
+    }
+
     void loadErrors_oneReasonAndNothingKept_data()
     {
         QTest::addColumn<QString>("patchPath");
