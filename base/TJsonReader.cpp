@@ -86,6 +86,19 @@ bool TJsonReader::Array(const QJsonObject& parent, const QString& path, const ch
     return true;
 }
 
+bool TJsonReader::Elements(const QJsonObject& parent, const QString& path, const char* key, bool nonEmpty,
+                           const std::function<bool(const QJsonValue& element, const QString& elementPath)>& read)
+{
+    QJsonArray list;
+    if (!Array(parent, path, key, list, nonEmpty))
+        return false;
+    const QString listPath = MemberPath(path, QLatin1String(key));
+    for (int i = 0; i < list.size(); ++i)
+        if (!read(list.at(i), ElementPath(listPath, i)) || Failed())
+            return false;
+    return true;
+}
+
 bool TJsonReader::Text(const QJsonObject& parent, const QString& path, const char* key, QString& out)
 {
     QJsonValue value;

@@ -3,6 +3,8 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <functional>
+
 /// Typed reads from a JSON configuration file that name the offending member when they fail, so
 /// that a user can find the mistake: "SupportedBands[1].UpLink.DataRates: missing". Only the first
 /// failure is kept; every read returns false after it.
@@ -29,6 +31,11 @@ public:
     bool Text(const QJsonObject& parent, const QString& path, const char* key, QString& out);
     bool Integer(const QJsonObject& parent, const QString& path, const char* key, qint64 min, qint64 max, qint64& out);
     bool Integer(const QJsonObject& parent, const QString& path, const char* key, int min, int max, int& out);
+
+    /// Reads each element of the array member `key` with `read(element, its path)`, in order,
+    /// until one fails. `nonEmpty`: an empty array is a failure.
+    bool Elements(const QJsonObject& parent, const QString& path, const char* key, bool nonEmpty,
+                  const std::function<bool(const QJsonValue& element, const QString& elementPath)>& read);
 
     // A value whose own path is `path` (array elements).
     bool Object(const QJsonValue& value, const QString& path, QJsonObject& out);

@@ -59,70 +59,55 @@ bool ReadCatalogue(TJsonReader& reader, const QJsonObject& root, Catalogue& cata
 
 bool ReadDataRates(TJsonReader& reader, const QJsonObject& direction, const QString& path, const Catalogue& catalogue, QVector<DataRate>& rates)
 {
-    QJsonArray list;
-    if (!reader.Array(direction, path, "DataRates", list))
-        return false;
-    const QString listPath = TJsonReader::MemberPath(path, QStringLiteral("DataRates"));
-    for (int i = 0; i < list.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(listPath, i);
+    return reader.Elements(direction, path, "DataRates", true, [&](const QJsonValue& element, const QString& own) {
         QJsonObject entry;
         int index = 0;
         int maxPayload = 0;
         QString name;
-        if (!reader.Object(list.at(i), own, entry) || !reader.Integer(entry, own, "DR", 0, TLoRaWANConfig::kMaxDataRateIndex, index)
+        if (!reader.Object(element, own, entry) || !reader.Integer(entry, own, "DR", 0, TLoRaWANConfig::kMaxDataRateIndex, index)
             || !reader.Text(entry, own, "DataRate", name) || !reader.Integer(entry, own, "MaxPayload", 1, kMaxPayloadBytes, maxPayload))
             return false;
         if (!catalogue.contains(name))
             return reader.Fail(TJsonReader::MemberPath(own, QStringLiteral("DataRate")), QStringLiteral("no data rate \"%1\" in DataRates").arg(name));
-        for (const DataRate& earlier : rates)
+        for (const DataRate& earlier : qAsConst(rates))
             if (earlier.index == index)
                 return reader.Fail(TJsonReader::MemberPath(own, QStringLiteral("DR")), QStringLiteral("DR %1 appears twice").arg(index));
         DataRate rate = catalogue.value(name);
         rate.index = index;
         rate.maxPayload = maxPayload;
         rates << rate;
-    }
-    return true;
+        return true;
+    });
 }
 
 bool ReadChannels(TJsonReader& reader, const QJsonObject& direction, const QString& path, QVector<TLoRaWANConfig::Channels>& blocks)
 {
-    QJsonArray list;
-    if (!reader.Array(direction, path, "Channels", list))
-        return false;
-    const QString listPath = TJsonReader::MemberPath(path, QStringLiteral("Channels"));
-    for (int i = 0; i < list.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(listPath, i);
+    return reader.Elements(direction, path, "Channels", true, [&](const QJsonValue& element, const QString& own) {
         QJsonObject entry;
         TLoRaWANConfig::Channels block;
-        if (!reader.Object(list.at(i), own, entry) || !reader.Integer(entry, own, "First", 1, kMaxFrequencyHz, block.first)
+        if (!reader.Object(element, own, entry) || !reader.Integer(entry, own, "First", 1, kMaxFrequencyHz, block.first)
             || !reader.Integer(entry, own, "Count", 1, kMaxChannelsPerBlock, block.count))
             return false;
         // A single channel needs no step.
         if ((block.count > 1 || entry.contains(QStringLiteral("Step"))) && !reader.Integer(entry, own, "Step", 1, kMaxFrequencyHz, block.step))
             return false;
         blocks << block;
-    }
-    return true;
+        return true;
+    });
 }
 
 bool ReadPowerLevels(TJsonReader& reader, const QJsonObject& entry, const QString& path, Band& band)
 {
-    QJsonArray list;
-    if (!reader.Array(entry, path, "PowerLevels", list))
-        return false;
-    const QString listPath = TJsonReader::MemberPath(path, QStringLiteral("PowerLevels"));
-    for (int i = 0; i < list.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(listPath, i);
+    return reader.Elements(entry, path, "PowerLevels", true, [&](const QJsonValue& element, const QString& own) {
         qint64 level = 0;
-        if (!reader.Integer(list.at(i), own, 0, band.maxEIRP, level))
+        if (!reader.Integer(element, own, 0, band.maxEIRP, level))
             return false;
         // Position is the TXPower index: each step lowers the power.
         if (!band.powerLevels.isEmpty() && level >= band.powerLevels.last())
             return reader.Fail(own, QStringLiteral("%1 dBm is not below the level before it (%2 dBm)").arg(level).arg(band.powerLevels.last()));
         band.powerLevels << int(level);
-    }
-    return true;
+        return true;
+    });
 }
 
 bool ReadBand(TJsonReader& reader, const QJsonValue& value, const QString& path, const Catalogue& catalogue, Band& band)
@@ -158,13 +143,9 @@ bool ReadBand(TJsonReader& reader, const QJsonValue& value, const QString& path,
 
 bool ReadBands(TJsonReader& reader, const QJsonObject& root, const Catalogue& catalogue, QVector<Band>& bands)
 {
-    QJsonArray list;
-    if (!reader.Array(root, kTop, "SupportedBands", list))
-        return false;
-    for (int i = 0; i < list.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(QStringLiteral("SupportedBands"), i);
+    return reader.Elements(root, kTop, "SupportedBands", true, [&](const QJsonValue& element, const QString& own) {
         Band band;
-        if (!ReadBand(reader, list.at(i), own, catalogue, band))
+        if (!ReadBand(reader, element, own, catalogue, band))
             return false;
         for (const Band& earlier : qAsConst(bands)) {
             if (earlier.id == band.id)
@@ -173,8 +154,8 @@ bool ReadBands(TJsonReader& reader, const QJsonObject& root, const Catalogue& ca
                 return reader.Fail(TJsonReader::MemberPath(own, QStringLiteral("Name")), QStringLiteral("\"%1\" appears twice").arg(band.name));
         }
         bands << band;
-    }
-    return true;
+        return true;
+    });
 }
 
 const Band* Find(const QVector<Band>& bands, int id)
@@ -187,32 +168,27 @@ const Band* Find(const QVector<Band>& bands, int id)
 
 bool ReadRegions(TJsonReader& reader, const QJsonObject& root, const QVector<Band>& bands, QVector<Region>& regions)
 {
-    QJsonArray list;
-    if (!reader.Array(root, kTop, "Regions", list))
-        return false;
-    for (int i = 0; i < list.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(QStringLiteral("Regions"), i);
+    return reader.Elements(root, kTop, "Regions", true, [&](const QJsonValue& element, const QString& own) {
         QJsonObject entry;
-        QJsonArray bandIds;
         Region region;
-        if (!reader.Object(list.at(i), own, entry) || !reader.Integer(entry, own, "RegionID", 0, TLoRaWANConfig::kMaxRegionId, region.id)
-            || !reader.Text(entry, own, "Name", region.name) || !reader.Array(entry, own, "BandIDs", bandIds))
+        if (!reader.Object(element, own, entry) || !reader.Integer(entry, own, "RegionID", 0, TLoRaWANConfig::kMaxRegionId, region.id)
+            || !reader.Text(entry, own, "Name", region.name))
             return false;
         for (const Region& earlier : qAsConst(regions))
             if (earlier.id == region.id)
                 return reader.Fail(TJsonReader::MemberPath(own, QStringLiteral("RegionID")), QStringLiteral("RegionID %1 appears twice").arg(region.id));
-        for (int b = 0; b < bandIds.size(); ++b) {
-            const QString bandPath = TJsonReader::ElementPath(TJsonReader::MemberPath(own, QStringLiteral("BandIDs")), b);
+        const bool read = reader.Elements(entry, own, "BandIDs", true, [&](const QJsonValue& bandElement, const QString& bandPath) {
             qint64 id = 0;
-            if (!reader.Integer(bandIds.at(b), bandPath, 0, kMaxBandId, id))
+            if (!reader.Integer(bandElement, bandPath, 0, kMaxBandId, id))
                 return false;
             if (!Find(bands, int(id)))
                 return reader.Fail(bandPath, QStringLiteral("no band with BandID %1").arg(id));
             region.bandIds << int(id);
-        }
+            return true;
+        });
         regions << region;
-    }
-    return true;
+        return read;
+    });
 }
 
 struct EndNode {
@@ -244,22 +220,18 @@ bool ReadEndNode(TJsonReader& reader, const QJsonObject& root, const QVector<Ban
     if (!band->powerLevels.contains(node.powerLevel))
         return reader.Fail(TJsonReader::MemberPath(path, QStringLiteral("DefaultPowerLevel")),
                            QStringLiteral("%1 dBm is not among the power levels of %2").arg(node.powerLevel).arg(band->name));
-    QJsonArray options;
-    if (!reader.Array(entry, path, "Options", options, false))
-        return false;
-    for (int i = 0; i < options.size(); ++i) {
-        const QString own = TJsonReader::ElementPath(TJsonReader::MemberPath(path, QStringLiteral("Options")), i);
+    return reader.Elements(entry, path, "Options", false, [&](const QJsonValue& element, const QString& own) {
         QJsonObject item;
         Option option;
-        if (!reader.Object(options.at(i), own, item) || !reader.Integer(item, own, "Bit", 0, kMaxOptionBit, option.bit)
+        if (!reader.Object(element, own, item) || !reader.Integer(item, own, "Bit", 0, kMaxOptionBit, option.bit)
             || !reader.Text(item, own, "Name", option.name))
             return false;
         for (const Option& earlier : qAsConst(node.options))
             if (earlier.bit == option.bit)
                 return reader.Fail(TJsonReader::MemberPath(own, QStringLiteral("Bit")), QStringLiteral("bit %1 appears twice").arg(option.bit));
         node.options << option;
-    }
-    return true;
+        return true;
+    });
 }
 }
 

@@ -6,32 +6,22 @@
 #include <unistd.h>
 
 #include "TestEnvironment.h"
-#include "sap/ServiceFixture.h"
+#include "sap/LoRaWANFixture.h"
 #include "sap/TVeltoLRLoRaWAN.h"
 #include "tools/sim/TSimControl.h"
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 
 namespace {
-const char* const kKey = "000102030405060708090A0B0C0D0E0F";
+const char* const kKey = kAbpKey;
 const QString kRx = QStringLiteral("|RSSI: -57|SNR: 9|RxSlot: 1");
 }
 
 /// The virtual module plays the network: what it sends reaches the studio's LoRaWAN service over a
 /// pseudo-terminal and decodes as the pages will show it.
-class TestSimLoRaWAN : public QObject
+class TestSimLoRaWAN : public QObject, LoRaWANOverPty
 {
     Q_OBJECT
-
-    std::unique_ptr<TSimModule> m_sim;
-    std::unique_ptr<TVeltoLRHCI> m_link;
-    std::unique_ptr<TVeltoLRLoRaWAN> m_lw;
-
-    TSimLoRaWAN& SimLw() { return *dynamic_cast<TSimLoRaWAN*>(m_sim->Service(TSimLoRaWAN::kSapId)); }
-    bool ActivateAbp()
-    {
-        return m_lw->ActivateDevice(Params({{"DeviceAddress", "0x26011F3A"}, {"NwkSessionKey", kKey}, {"AppSessionKey", kKey}}));
-    }
 
 private slots:
     void init() { QVERIFY(OpenServiceOverPty(m_sim, m_link, m_lw, kTimeoutMs)); }

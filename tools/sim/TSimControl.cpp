@@ -80,12 +80,14 @@ bool ParseData(const QString& portText, const QString& hexText, quint8& port, QB
     return true;
 }
 
-/// The optional last word "confirmed".
-bool ParseConfirmed(const QStringList& args, int index, bool& confirmed, QString& reason)
+/// PORT HEX [confirmed].
+bool ParseDownlink(const QStringList& args, quint8& port, QByteArray& payload, bool& confirmed, QString& reason)
 {
-    confirmed = args.size() > index;
-    if (confirmed && args.at(index) != QLatin1String("confirmed")) {
-        reason = QStringLiteral("\"%1\" is not \"confirmed\"").arg(args.at(index));
+    if (!ParseData(args.at(0), args.at(1), port, payload, reason))
+        return false;
+    confirmed = args.size() > 2;
+    if (confirmed && args.at(2) != QLatin1String("confirmed")) {
+        reason = QStringLiteral("\"%1\" is not \"confirmed\"").arg(args.at(2));
         return false;
     }
     return true;
@@ -146,31 +148,32 @@ QString TSimControl::NotActive() const
 
 QString TSimControl::Downlink(const QStringList& args)
 {
-    quint8 port = 0;
-    QByteArray payload;
-    bool confirmed = false;
-    QString reason;
-    if (!ParseData(args.at(0), args.at(1), port, payload, reason) || !ParseConfirmed(args, 2, confirmed, reason))
-        return Error(reason);
-    TSimLoRaWAN* lw = LoRaWAN();
-    if (!lw)
-        return NotActive();
-    lw->QueueDownlink(port, payload, confirmed);
-    return Info(QStringLiteral("downlink queued for the next uplink (%1; %2 waiting)").arg(DataText(port, payload, confirmed)).arg(lw->QueuedDownlinks()));
+    return SendDownlink(args, false);
 }
 
 QString TSimControl::DownlinkNow(const QStringList& args)
+{
+    return SendDownlink(args, true);
+}
+
+QString TSimControl::SendDownlink(const QStringList& args, bool now)
 {
     quint8 port = 0;
     QByteArray payload;
     bool confirmed = false;
     QString reason;
-    if (!ParseData(args.at(0), args.at(1), port, payload, reason) || !ParseConfirmed(args, 2, confirmed, reason))
+    if (!ParseDownlink(args, port, payload, confirmed, reason))
         return Error(reason);
-    if (!NotActive().isEmpty())
+    TSimLoRaWAN* lw = LoRaWAN();
+    // A queued downlink waits for an uplink; one that arrives now needs a node that listens.
+    if (!lw || (now && !lw->Active()))
         return NotActive();
-    LoRaWAN()->InjectRxData(port, payload, confirmed);
-    return Info(QStringLiteral("downlink sent (%1)").arg(DataText(port, payload, confirmed)));
+    if (now) {
+        lw->InjectRxData(port, payload, confirmed);
+        return Info(QStringLiteral("downlink sent (%1)").arg(DataText(port, payload, confirmed)));
+    }
+    lw->QueueDownlink(port, payload, confirmed);
+    return Info(QStringLiteral("downlink queued for the next uplink (%1; %2 waiting)").arg(DataText(port, payload, confirmed)).arg(lw->QueuedDownlinks()));
 }
 
 QString TSimControl::Multicast(const QStringList& args)

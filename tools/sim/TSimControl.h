@@ -44,6 +44,7 @@ private:
 
     QString Downlink(const QStringList& args);
     QString DownlinkNow(const QStringList& args);
+    QString SendDownlink(const QStringList& args, bool now);
     QString Multicast(const QStringList& args);
     QString Mac(const QStringList& args);
     QString Invalid(const QStringList& args);
