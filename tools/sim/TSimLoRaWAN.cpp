@@ -223,11 +223,8 @@ void TSimLoRaWAN::Transmit(quint8 txEvent, int payloadSize, bool confirmed, cons
         {"FrameCounter", QString::number(m_uplinkCounter++)}})));
 
     Later(kRxWindowDelayMs, [this, confirmed, channel, macAnswer] {
-        if (!macAnswer.isEmpty()) {
-            SendRxEvent(kRxMacCmdEvent, L::kRxMacCmdEvent, Record({
-                {"FrameCounter", QString::number(m_downlinkCounter++)}, {"RSSI", QString::number(kRssiDbm)},
-                {"SNR", QString::number(kSnrDb)}, {"RxSlot", "1"}, {"MACCommand", TFieldLayout::HexOctets(macAnswer)}}));
-        }
+        if (!macAnswer.isEmpty())
+            InjectMacCommand(macAnswer);
         if (!m_downlinks.isEmpty()) {
             SendRxData(m_downlinks.takeFirst(), confirmed, channel);
         } else if (confirmed) {
