@@ -276,7 +276,7 @@ private slots:
 
         run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath,
                    QStringLiteral("--via-hci"), QStringLiteral("--verify")}, 60000);
-        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        QCOMPARE(run.exitCode, 0);
         QCOMPARE(run.out, QStringLiteral("Success\n"));
         QCOMPARE(m_sim->Bootloader().Flash().left(image.size()), image);
         QVERIFY(!m_sim->InBootloader());
