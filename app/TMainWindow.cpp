@@ -42,6 +42,7 @@
 #include "gui/pages/TRTCPage.h"
 #include "gui/pages/TSecurityPage.h"
 #include "gui/pages/TSettingsPage.h"
+#include "sap/TLoRaWANConfig.h"
 #include "settings/TConfigInstaller.h"
 #include "settings/TSettings.h"
 #include "settings/TShippedFiles.h"
@@ -188,18 +189,22 @@ void TMainWindow::LoadConfigFiles()
 {
     const TSettings& settings = TSettings::Instance();
     TStatusLog& log = TStatusLog::Instance();
-    for (const QString& path : {settings.LoRaWANConfigPath(), settings.DeviceConfigPath()}) {
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty())
+    auto report = [&log](const QString& path, bool loaded, const QString& reason) {
+        if (loaded)
             log.AddStatusLine(QStringLiteral("Configuration file: ") + path + QStringLiteral(" successfully loaded!"));
         else
-            log.AddStatusLine(QStringLiteral("Error - couldn't load configuration file: ") + path);
-    }
+            log.AddStatusLine(QStringLiteral("Error - couldn't load configuration file: ") + path + (reason.isEmpty() ? QString() : QStringLiteral(" - ") + reason));
+    };
+    // Loaded means parsed and valid: the LoRaWAN pages offer its bands and regions as choices.
+    TLoRaWANConfig& lorawan = TLoRaWANConfig::Instance();
+    const QString lorawanPath = settings.LoRaWANConfigPath();
+    const bool lorawanLoaded = lorawan.Load(lorawanPath);
+    report(lorawanPath, lorawanLoaded, lorawan.ErrorText());
+    const QString device = settings.DeviceConfigPath();
+    QFile file(device);
+    report(device, file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty(), QString());
     const QString versions = settings.FirmwareVersionsPath();
-    if (TFirmwareSupport::Instance().Load(versions))
-        log.AddStatusLine(QStringLiteral("Configuration file: ") + versions + QStringLiteral(" successfully loaded!"));
-    else
-        log.AddStatusLine(QStringLiteral("Error - couldn't load configuration file: ") + versions);
+    report(versions, TFirmwareSupport::Instance().Load(versions), QString());
 }
 
 void TMainWindow::BuildMenus()

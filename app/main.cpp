@@ -14,6 +14,7 @@
 #include "gui/pages/TDeviceInfoPage.h"
 #include "status/TStatusLog.h"
 #ifdef TESSERA_DEMO
+#include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 #endif
 
@@ -40,6 +41,9 @@ int main(int argc, char* argv[])
         if (!demo->Open())
             demo.reset();
     }
+    // Once joined or activated, the demo network sends a downlink now and then: the LoRaWAN pages show Rx rows.
+    if (auto* lw = demo ? dynamic_cast<TSimLoRaWAN*>(demo->Service(TSimLoRaWAN::kSapId)) : nullptr)
+        lw->SetPeriodicDownlink(15000, 10, {QByteArray("Hello"), QByteArray::fromHex("0102030405")});
     if (demo) {
         // A newcomer lands on the module's information as soon as it is found.
         const QString port = demo->PortName();

@@ -88,6 +88,16 @@ inline constexpr TFieldLayoutEntry kDeviceEUI[] = {
     {nullptr, nullptr},
 };
 
+/// NetworkStatus in words ("NetworkStatusText").
+// code  text
+inline constexpr TCodeTableEntry kNetworkStatusTexts[] = {
+    {0, "inactive"},
+    {1, "active (ABP)"},
+    {2, "active (OTAA)"},
+    {3, "joining"},
+    {0, nullptr},
+};
+
 /// NetworkStatus 0 inactive, 1 active by personalisation, 2 active by join, 3 joining; the rest
 /// only while active.
 inline constexpr TFieldLayoutEntry kNwkStatus[] = {

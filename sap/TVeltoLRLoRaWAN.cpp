@@ -38,15 +38,6 @@ const TCodeTableEntry kRxErrorTable[] = {
     {0, nullptr},
 };
 
-// code  text
-const TCodeTableEntry kNetworkStatusTable[] = {
-    {0, "inactive"},
-    {1, "active (ABP)"},
-    {2, "active (OTAA)"},
-    {3, "joining"},
-    {0, nullptr},
-};
-
 // name                         description
 const TCommandTableEntry kCommandTable[] = {
     {"GetDeviceEUI",               "Get 64-Bit Device EUI"},
@@ -262,7 +253,7 @@ bool TVeltoLRLoRaWAN::DecodeResponse(quint8 rspMsgId, const quint8* payload, int
         if (!DecodeFixed(kNwkStatus, payload, length, fields))
             return false;
         record += fields;
-        record.Append(QStringLiteral("NetworkStatusText"), CodeLookup(kNetworkStatusTable, payload[1]));
+        record.Append(QStringLiteral("NetworkStatusText"), CodeLookup(kNetworkStatusTexts, payload[1]));
         return true;
     }
     case kGetConfigReq:

@@ -5,8 +5,11 @@
 
 #include "CliProcess.h"
 #include "TestEnvironment.h"
+#include "sap/LoRaWANLayouts.h"
+#include "sap/TVeltoLRLoRaWAN.h"
 #include "tools/cli/TRegTable.h"
 #include "tools/sim/TSimDeviceMgmt.h"
+#include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
@@ -129,6 +132,90 @@ private slots:
         QVERIFY(lines.contains(QStringLiteral("LoRaWAN/GetDevNonce\tGet DevNonce")));
         for (const char* prefix : {"DataLink/", "PTS/", "SensorApp/"})
             QVERIFY2(!lines.filter(QRegularExpression(QStringLiteral("^") + QLatin1String(prefix))).isEmpty(), prefix);
+    }
+
+    void lorawan_everyPageCommandRunsAsExec()
+    {
+        // The opened module offers every LoRaWAN command with the service's own description.
+        Run run = Cli({QStringLiteral("commands"), QStringLiteral("--port"), m_sim->PortName()});
+        QCOMPARE(run.exitCode, 0);
+        const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        TVeltoLRLoRaWAN service;
+        const QStringList names = service.CommandNames();
+        QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^LoRaWAN/"))).size(), names.size());
+        for (const QString& name : names)
+            QVERIFY2(lines.contains(QStringLiteral("LoRaWAN/") + name + QLatin1Char('\t') + service.CommandDescription(name)), qPrintable(name));
+
+        const QString port = m_sim->PortName();
+        auto exec = [&port](const QStringList& command) { return Cli(QStringList{QStringLiteral("exec"), QStringLiteral("--port"), port} + command); };
+        run = exec({QStringLiteral("LoRaWAN/SetNodeConfig"), QStringLiteral("DataRate=3"), QStringLiteral("PowerLevel=10"), QStringLiteral("Options=0x81"),
+                    QStringLiteral("AutoPowerSaving=0"), QStringLiteral("Retransmissions=3"), QStringLiteral("BandID=2"), QStringLiteral("HeaderMacCmdCap=1"),
+                    QStringLiteral("SubBandMask1=255")});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QString());
+        run = exec({QStringLiteral("LoRaWAN/GetNodeConfig")});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QStringLiteral("DataRate: 3\nPowerLevel: 10\nOptions: 0x81\nAutoPowerSaving: 0\nRetransmissions: 3\nBandID: 2\n"
+                                         "HeaderMacCmdCap: 1\nSubBandMask1: 255\nSubBandMask2: 0\nSubBandMask3: 0\n"));
+
+        const QString key = QStringLiteral("NwkSessionKey=00112233445566778899AABBCCDDEEFF");
+        run = exec({QStringLiteral("LoRaWAN/SetMulticastConfig"), QStringLiteral("Index=2"), QStringLiteral("DeviceAddress=0x01020304"), key,
+                    QStringLiteral("AppSessionKey=FF-EE-DD-CC-BB-AA-99-88-77-66-55-44-33-22-11-00")});
+        QCOMPARE(run.exitCode, 0);
+        run = exec({QStringLiteral("LoRaWAN/GetMulticastConfig"), QStringLiteral("Index=2")});
+        QCOMPARE(run.out, QStringLiteral("Index: 2\nConfigStatus: 1\nDeviceAddress: 0x01020304\nNwkSessionKey: 00 11 22 33 44 55 66 77 88 99 AA BB CC DD EE FF\n"
+                                         "AppSessionKey: FF EE DD CC BB AA 99 88 77 66 55 44 33 22 11 00\n"));
+
+        run = exec({QStringLiteral("LoRaWAN/SendCData"), QStringLiteral("LoRaPort=0x0A"), QStringLiteral("Payload=01 02")});
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err, QStringLiteral("LoRaWAN/SendCData: device not activated\n"));
+        run = exec({QStringLiteral("LoRaWAN/ActivateDevice"), QStringLiteral("DeviceAddress=0x26011F3A"), key, QStringLiteral("AppSessionKey=00112233445566778899AABBCCDDEEFF")});
+        QCOMPARE(run.exitCode, 0);
+        run = exec({QStringLiteral("LoRaWAN/SendCData"), QStringLiteral("LoRaPort=0x0A"), QStringLiteral("Payload=01 02")});
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out, QString());
+        run = exec({QStringLiteral("LoRaWAN/GetNwkStatus")});
+        QCOMPARE(run.out, QStringLiteral("NetworkStatus: 1\nDeviceAddress: 0x26011F3A\nDataRate: 3\nPowerLevel: 10\nMaxPayloadSize: 242\nNetworkStatusText: active (ABP)\n"));
+    }
+
+    void lorawan_monitorShowsJoinAndConfirmedDataEvents()
+    {
+        auto* lw = dynamic_cast<TSimLoRaWAN*>(m_sim->Service(TSimLoRaWAN::kSapId));
+        QVERIFY(lw);
+        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
+        QProcess monitor;
+        monitor.start(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"),
+                      {QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("60")});
+        // Opening ends with the clock sync; what the module sends after it reaches the monitor.
+        auto clockSynced = [&requests] {
+            for (const QList<QVariant>& request : requests)
+                if (request.at(0).value<quint8>() == 0x01 && request.at(1).value<quint8>() == 0x0D)
+                    return true;
+            return false;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(clockSynced(), 20000);
+
+        // The network side of a join and of a confirmed uplink, as the studio would have asked for them.
+        QCOMPARE(lw->HandleRequest(LoRaWANMsgIds::kJoinNwkReq, QByteArray()).status, TSimReply::kOk);
+        QString out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += QString::fromUtf8(monitor.readAllStandardOutput())).count(QLatin1Char('\n')) >= 2, 10000);
+        QCOMPARE(lw->HandleRequest(LoRaWANMsgIds::kSendCDataReq, QByteArray::fromHex("0A0102")).status, TSimReply::kOk);
+        QTRY_VERIFY_WITH_TIMEOUT((out += QString::fromUtf8(monitor.readAllStandardOutput())).count(QLatin1Char('\n')) >= 4, 10000);
+        monitor.terminate();
+        QVERIFY(monitor.waitForFinished(10000));
+
+        const QString prefix = QStringLiteral("; Port: ") + m_sim->PortName() + QStringLiteral("; ");
+        QStringList events;
+        for (const QString& line : out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+            QVERIFY2(line.startsWith(QStringLiteral("HostTime: ")) && line.contains(prefix), qPrintable(line));
+            events << line.section(prefix, 1);
+        }
+        QCOMPARE(events, (QStringList{
+            "EvType: Tx Join Request; ChannelIndex: 0; DataRate: 5; PowerLevel: 14; Airtime: 62; DevNonce: 0",
+            "EvType: Join Accepted; DeviceAddress: 0x260B0001; ChannelIndex: 0; DataRate: 5; RSSI: -57; SNR: 9; RxSlot: 1",
+            "EvType: Tx C-Data; ChannelIndex: 0; DataRate: 5; PowerLevel: 14; NumTxPackets: 1; Airtime: 47; FrameCounter: 0",
+            "EvType: Rx ACK; FrameCounter: 0; RSSI: -57; SNR: 9; RxSlot: 1; ChannelIndex: 0; DataRate: 5",
+        }));
     }
 
     void flash_viaHciThenTheNewFirmwareAnswers()

@@ -1,6 +1,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "LoRaWANFixture.h"
 #include "ServiceFixture.h"
 #include "TestEnvironment.h"
 #include "hci/TVeltoLRHCI.h"
@@ -24,19 +25,9 @@ TKeyValueList Slice(const TKeyValueList& list, int position, int count)
 }
 }
 
-class TestLoRaWAN : public QObject
+class TestLoRaWAN : public QObject, LoRaWANOverPty
 {
     Q_OBJECT
-
-    std::unique_ptr<TSimModule> m_sim;
-    std::unique_ptr<TVeltoLRHCI> m_link;
-    std::unique_ptr<TVeltoLRLoRaWAN> m_lw;
-
-    TSimLoRaWAN& SimLw() { return *dynamic_cast<TSimLoRaWAN*>(m_sim->Service(TSimLoRaWAN::kSapId)); }
-    bool ActivateAbp()
-    {
-        return m_lw->ActivateDevice(Params({{"DeviceAddress", "0x26011F3A"}, {"NwkSessionKey", kKey}, {"AppSessionKey", kKey}}));
-    }
 
 private slots:
     void init()

@@ -21,19 +21,26 @@ constexpr quint8 kWrongDeviceMode = 0x04;
 constexpr quint8 kLinkCheckReq = 0x02;
 constexpr quint8 kDeviceTimeReq = 0x0D;
 constexpr quint8 kLinkCheckMarginDb = 20;
+constexpr quint8 kErrorCodeFollows = 0x02;   // flag of the invalid-data event
 constexpr int kJoinRequestBytes = 23;
 constexpr int kFrameOverheadBytes = 13;   // MHDR, FHDR without options, FPort, MIC
 constexpr int kChannels = 3;
 constexpr qint64 kGpsEpochSecsSinceUnix = 315964800;   // 1980-01-06 00:00:00 UTC
 constexpr int kGpsLeapSeconds = 18;
 
-/// Bands the module's radio supports: band index and its highest EIRP in dBm.
-// band  max EIRP
-const TCodeTableEntry kSupportedBands[] = {
-    {1, "16"},   // EU868
-    {2, "30"},   // US915
-    {7, "16"},   // AS923
-    {0, nullptr},
+/// Bands the module's radio supports: band index, its highest EIRP, and the application payload
+/// each uplink data rate carries (0: the band has no such data rate). The band index 0 ends it.
+struct SimBand {
+    quint8 id;
+    quint8 maxEIRPdBm;
+    quint8 maxPayload[TSimLoRaWAN::kDataRates];
+};
+// band  EIRP  DR0  DR1  DR2  DR3  DR4  DR5  DR6  DR7
+const SimBand kBands[] = {
+    {1,    16,  {51,  51,  51, 115, 222, 222, 222, 222}},   // EU868
+    {2,    30,  {11,  53, 125, 242, 242,   0,   0,   0}},   // US915
+    {7,    16,  {51,  51, 115, 222, 222, 222, 222, 222}},   // AS923-1
+    {0,     0,  {}},
 };
 
 QString Zeros(int bytes)
@@ -49,12 +56,12 @@ TKeyValueList Record(std::initializer_list<std::pair<const char*, QString>> item
     return record;
 }
 
-bool BandSupported(qint64 band)
+const SimBand* FindBand(qint64 id)
 {
-    for (const TCodeTableEntry* row = kSupportedBands; row->text; ++row)
-        if (qint64(row->code) == band)
-            return true;
-    return false;
+    for (const SimBand* band = kBands; band->id; ++band)
+        if (band->id == id)
+            return band;
+    return nullptr;
 }
 
 /// LoRa time on air (coding rate 4/5, 8 preamble symbols, explicit header, CRC on).
@@ -66,11 +73,6 @@ quint32 AirtimeMs(quint8 dataRate, int frameBytes)
     const int lowRate = sf >= 11 ? 1 : 0;
     const double payloadSymbols = 8 + qMax(std::ceil((8.0 * frameBytes - 4 * sf + 28 + 16) / (4.0 * (sf - 2 * lowRate))) * 5, 0.0);
     return quint32(std::ceil((12.25 + payloadSymbols) * symbolMs));
-}
-
-int MaxPayloadSize(quint8 dataRate)
-{
-    return dataRate <= 2 ? 51 : dataRate == 3 ? 115 : 222;
 }
 
 TSimReply Wrong()
@@ -87,7 +89,7 @@ TSimLoRaWAN::TSimLoRaWAN(TSimModule& module)
 
 void TSimLoRaWAN::FactoryDefaults()
 {
-    m_status = Inactive;
+    SetStatus(Inactive);
     m_lastActivation = Inactive;
     QByteArray eui = QByteArray::fromHex("70B3D57E");
     QByteArray id(4, 0);
@@ -144,6 +146,34 @@ quint8 TSimLoRaWAN::PowerLevel() const
     return quint8(TSimLayout::Number(m_nodeConfig, "PowerLevel"));
 }
 
+int TSimLoRaWAN::MaxPayloadSize() const
+{
+    const SimBand* band = FindBand(TSimLayout::Number(m_nodeConfig, "BandID"));
+    return band && DataRate() < kDataRates ? band->maxPayload[DataRate()] : 0;
+}
+
+QString TSimLoRaWAN::DeviceAddress() const
+{
+    return m_activation.Value(QStringLiteral("DeviceAddress"));
+}
+
+void TSimLoRaWAN::SetStatus(NetworkStatus status)
+{
+    m_status = status;
+    if (m_periodic)
+        m_periodic->SetNodeActive(Active());
+}
+
+void TSimLoRaWAN::SetPeriodicDownlink(int intervalMs, quint8 port, const QList<QByteArray>& payloads, bool confirmed)
+{
+    m_periodic.reset();
+    if (intervalMs <= 0)
+        return;
+    m_periodic = std::make_unique<TSimPeriodicDownlink>(intervalMs, port, payloads, confirmed,
+                                                        [this](quint8 p, const QByteArray& data, bool c) { InjectRxData(p, data, c); });
+    m_periodic->SetNodeActive(Active());
+}
+
 TSimReply TSimLoRaWAN::SetRecord(const TFieldLayoutEntry* layout, const QByteArray& payload, TKeyValueList& target)
 {
     TKeyValueList record;
@@ -193,11 +223,8 @@ void TSimLoRaWAN::Transmit(quint8 txEvent, int payloadSize, bool confirmed, cons
         {"FrameCounter", QString::number(m_uplinkCounter++)}})));
 
     Later(kRxWindowDelayMs, [this, confirmed, channel, macAnswer] {
-        if (!macAnswer.isEmpty()) {
-            SendRxEvent(kRxMacCmdEvent, L::kRxMacCmdEvent, Record({
-                {"FrameCounter", QString::number(m_downlinkCounter++)}, {"RSSI", QString::number(kRssiDbm)},
-                {"SNR", QString::number(kSnrDb)}, {"RxSlot", "1"}, {"MACCommand", TFieldLayout::HexOctets(macAnswer)}}));
-        }
+        if (!macAnswer.isEmpty())
+            InjectMacCommand(macAnswer);
         if (!m_downlinks.isEmpty()) {
             SendRxData(m_downlinks.takeFirst(), confirmed, channel);
         } else if (confirmed) {
@@ -240,9 +267,22 @@ void TSimLoRaWAN::InjectMulticastData(int group, quint8 port, const QByteArray& 
         {"Payload", TFieldLayout::HexOctets(payload)}}));
 }
 
+void TSimLoRaWAN::InjectMacCommand(const QByteArray& command)
+{
+    SendRxEvent(kRxMacCmdEvent, L::kRxMacCmdEvent, Record({
+        {"FrameCounter", QString::number(m_downlinkCounter++)}, {"RSSI", QString::number(kRssiDbm)},
+        {"SNR", QString::number(kSnrDb)}, {"RxSlot", "1"}, {"MACCommand", TFieldLayout::HexOctets(command)}}));
+}
+
+void TSimLoRaWAN::InjectInvalidData(quint8 errorCode)
+{
+    m_module.SendMessage(kSapId, kRxNoDataEvent, TSimLayout::Pack(L::kRxInvalidEvent, Record({
+        {"Flags", THexText::Prefixed(kErrorCodeFollows, 2)}, {"ErrorCode", THexText::Prefixed(errorCode, 2)}})));
+}
+
 void TSimLoRaWAN::InjectLinkDisconnect(quint8 reason)
 {
-    m_status = Inactive;
+    SetStatus(Inactive);
     m_module.SendMessage(kSapId, kLinkDisconnectEvent, TSimLayout::Pack(L::kLinkDisconnectEvent, Record({{"Reason", QString::number(reason)}})));
 }
 
@@ -254,7 +294,8 @@ TSimReply TSimLoRaWAN::Activate(const QByteArray& payload)
     if (!TSimLayout::Parse(L::kActivation, payload, activation) || TSimLayout::Number(activation, "DeviceAddress") == 0)
         return Wrong();
     m_activation = activation;
-    m_status = m_lastActivation = ActiveABP;
+    m_lastActivation = ActiveABP;
+    SetStatus(ActiveABP);
     m_uplinkCounter = m_downlinkCounter = 0;
     return TSimReply::Ok();
 }
@@ -263,7 +304,7 @@ TSimReply TSimLoRaWAN::Join()
 {
     if (m_status == Joining)
         return TSimReply::Status(kDeviceBusy);
-    m_status = Joining;
+    SetStatus(Joining);
     Later(kTxEventDelayMs, [this] {
         if (TSimCounters* c = Counters()) {
             ++c->txJoin;
@@ -278,13 +319,14 @@ TSimReply TSimLoRaWAN::Join()
             if (m_status != Joining)
                 return;   // reset or deactivated meanwhile
             if (!m_joinAccepted) {
-                m_status = Inactive;
+                SetStatus(Inactive);
                 return;
             }
             m_joinNonce = (m_joinNonce + 1) & 0xFFFFFF;
             const QString address = THexText::Prefixed(0x260B0000u + m_joinNonce, 8);
             m_activation.Set(QStringLiteral("DeviceAddress"), address);
-            m_status = m_lastActivation = ActiveOTAA;
+            m_lastActivation = ActiveOTAA;
+            SetStatus(ActiveOTAA);
             m_uplinkCounter = m_downlinkCounter = 0;
             if (TSimCounters* c = Counters())
                 ++c->rxAccept;
@@ -301,7 +343,7 @@ TSimReply TSimLoRaWAN::Reactivate()
 {
     if (m_lastActivation == Inactive)
         return TSimReply::Status(kDeviceNotActivated);
-    m_status = m_lastActivation;
+    SetStatus(m_lastActivation);
     return TSimReply::Ok();
 }
 
@@ -310,8 +352,11 @@ TSimReply TSimLoRaWAN::SetNodeConfig(const QByteArray& payload)
     TKeyValueList config;
     if (!TSimLayout::Parse(L::kRadioStackConfig, payload, config))
         return Wrong();
-    if (TSimLayout::Number(config, "DataRate") > kMaxDataRate || TSimLayout::Number(config, "PowerLevel") > kMaxPowerLevel
-        || TSimLayout::Number(config, "AutoPowerSaving") > 1 || !BandSupported(TSimLayout::Number(config, "BandID")))
+    // The band decides which data rates exist and how much power is allowed.
+    const SimBand* band = FindBand(TSimLayout::Number(config, "BandID"));
+    const qint64 dataRate = TSimLayout::Number(config, "DataRate");
+    if (!band || dataRate >= kDataRates || band->maxPayload[dataRate] == 0 || TSimLayout::Number(config, "PowerLevel") > band->maxEIRPdBm
+        || TSimLayout::Number(config, "AutoPowerSaving") > 1)
         return Wrong();
     // Sub-band masks left out keep their values.
     for (const TKeyValueList::Item& item : config)
@@ -334,7 +379,7 @@ TSimReply TSimLoRaWAN::SetTxPowerLimit(const QByteArray& payload)
     if (!TSimLayout::Parse(L::kTxPowerLimit, payload, entry))
         return Wrong();
     const qint64 index = TSimLayout::Number(entry, "SubBandIndex");
-    if (index >= kSubBands || TSimLayout::Number(entry, "ActiveFlag") > 1 || TSimLayout::Number(entry, "Limit") > kMaxPowerLevel)
+    if (index >= kSubBands || TSimLayout::Number(entry, "ActiveFlag") > 1 || TSimLayout::Number(entry, "Limit") > kMaxLimitDbm)
         return Wrong();
     m_txPowerLimits[int(index)] = entry;
     return TSimReply::Ok();
@@ -413,7 +458,7 @@ TSimReply TSimLoRaWAN::SendData(const QByteArray& payload, bool confirmed)
         return Wrong();
     if (!Active())
         return TSimReply::Status(kDeviceNotActivated);
-    if (size > MaxPayloadSize(DataRate()))
+    if (size > MaxPayloadSize())
         return Wrong();
     Later(kTxEventDelayMs, [this, size, confirmed] { Transmit(confirmed ? kTxCDataEvent : kTxUDataEvent, size, confirmed); });
     return TSimReply::Ok();
@@ -464,7 +509,7 @@ QByteArray TSimLoRaWAN::NwkStatus() const
         status.Append(QStringLiteral("DeviceAddress"), m_activation.Value(QStringLiteral("DeviceAddress")));
         status.Append(QStringLiteral("DataRate"), QString::number(DataRate()));
         status.Append(QStringLiteral("PowerLevel"), QString::number(PowerLevel()));
-        status.Append(QStringLiteral("MaxPayloadSize"), QString::number(MaxPayloadSize(DataRate())));
+        status.Append(QStringLiteral("MaxPayloadSize"), QString::number(MaxPayloadSize()));
     }
     return TSimLayout::Pack(L::kNwkStatus, status);
 }
@@ -480,8 +525,8 @@ QByteArray TSimLoRaWAN::TxPowerLimits() const
 QByteArray TSimLoRaWAN::SupportedBands() const
 {
     QByteArray data;
-    for (const TCodeTableEntry* row = kSupportedBands; row->text; ++row)
-        data.append(TSimLayout::Pack(L::kSupportedBand, Record({{"BandIndex", QString::number(row->code)}, {"MaxEIRP", row->text}})));
+    for (const SimBand* band = kBands; band->id; ++band)
+        data.append(TSimLayout::Pack(L::kSupportedBand, Record({{"BandIndex", QString::number(band->id)}, {"MaxEIRP", QString::number(band->maxEIRPdBm)}})));
     return data;
 }
 
@@ -509,7 +554,7 @@ TSimReply TSimLoRaWAN::HandleRequest(quint8 msgId, const QByteArray& payload)
     case kReactivateDeviceReq:
         return Reactivate();
     case kDeactivateReq:
-        m_status = Inactive;
+        SetStatus(Inactive);
         return TSimReply::Ok();
     case kFactoryResetReq:
         FactoryDefaults();

@@ -5,10 +5,12 @@
 #include <QVector>
 
 #include <functional>
+#include <memory>
 
 #include "sap/LoRaWANLayouts.h"
 #include "base/TKeyValueList.h"
 #include "base/TCodeTables.h"
+#include "tools/sim/TSimPeriodicDownlink.h"
 #include "tools/sim/TSimService.h"
 
 struct TSimCounters;
@@ -26,8 +28,8 @@ public:
     static constexpr int kMulticastGroups = 4;
     static constexpr int kSubBands = 6;
     static constexpr quint8 kMaxLoRaPort = 223;
-    static constexpr quint8 kMaxDataRate = 7;
-    static constexpr quint8 kMaxPowerLevel = 20;   // dBm
+    static constexpr int kDataRates = 8;           ///< DR0..DR7 in the module's band tables
+    static constexpr quint8 kMaxLimitDbm = 30;     ///< highest sub-band transmit power limit
     static constexpr quint8 kMaxHandlingMode = 2;
     static constexpr qint8 kMaxTxPowerOffset = 20;  // dB either way
     static constexpr qint16 kRssiDbm = -57;
@@ -45,9 +47,20 @@ public:
     /// A downlink arrives now, outside any uplink.
     void InjectRxData(quint8 port, const QByteArray& payload, bool confirmed = false);
     void InjectMulticastData(int group, quint8 port, const QByteArray& payload);
+    /// A MAC command from the network (CID first) arrives now.
+    void InjectMacCommand(const QByteArray& command);
+    /// A frame that failed its checks: the invalid-data event with this error code (e.g. 0x04 MIC).
+    void InjectInvalidData(quint8 errorCode);
     void InjectLinkDisconnect(quint8 reason);
+    /// Every intervalMs while the node is joined or activated a downlink arrives, the payloads
+    /// taken in turn; 0 switches it off.
+    void SetPeriodicDownlink(int intervalMs, quint8 port, const QList<QByteArray>& payloads, bool confirmed = false);
+    const TSimPeriodicDownlink* PeriodicDownlink() const { return m_periodic.get(); }
 
     NetworkStatus Status() const { return m_status; }
+    bool Active() const { return m_status == ActiveABP || m_status == ActiveOTAA; }
+    QString DeviceAddress() const;
+    int QueuedDownlinks() const { return m_downlinks.size(); }
     quint16 DevNonce() const { return m_devNonce; }
     quint32 UplinkCounter() const { return m_uplinkCounter; }
 
@@ -80,8 +93,10 @@ private:
     QByteArray TxPowerLimits() const;
     QByteArray SupportedBands() const;
 
-    bool Active() const { return m_status == ActiveABP || m_status == ActiveOTAA; }
+    void SetStatus(NetworkStatus status);
     quint8 DataRate() const;
+    /// Application payload the current band and data rate carry.
+    int MaxPayloadSize() const;
     quint8 PowerLevel() const;
     /// Sends the transmit event now and schedules what the network answers in the receive window.
     void Transmit(quint8 txEvent, int payloadSize, bool confirmed, const QByteArray& macAnswer = QByteArray());
@@ -113,4 +128,5 @@ private:
     quint32 m_downlinkCounter = 0;
     quint8 m_channel = 0;
     QList<Downlink> m_downlinks;
+    std::unique_ptr<TSimPeriodicDownlink> m_periodic;
 };

@@ -9,6 +9,7 @@
 
 #include "tools/sim/TSimGateway.h"
 #include "tools/sim/TSimGatewayOptions.h"
+#include "tools/sim/TSimControl.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimOspreyOptions.h"
 #include "tools/sim/TSimProductionSupport.h"
@@ -65,6 +66,7 @@ int main(int argc, char* argv[])
     const QCommandLineOption testLoss(QStringLiteral("test-loss"), QStringLiteral("Test packets lost in radio test modes 2 and 3, per cent."), QStringLiteral("PERCENT"));
     const QCommandLineOption channelBusy(QStringLiteral("channel-busy"), QStringLiteral("Test transmissions answer \"media busy\"."));
     parser.addOptions({testLoss, channelBusy});
+    parser.addOptions(TSimControl::Options());
     parser.process(app);
 
     QTextStream err(stderr);
@@ -147,7 +149,14 @@ int main(int argc, char* argv[])
         return gatewayResult == TSimGatewayOptions::UsageError ? 2 : 1;
     }
 
+    // The network: start options, then commands on standard input while the module runs.
+    TSimControl control(module);
     QString error;
+    if (!control.ApplyOptions(parser, error)) {
+        err << error << "\n";
+        return 2;
+    }
+
     if (!module.Open(&error)) {
         err << error << "\n";
         return 1;
@@ -167,6 +176,13 @@ int main(int argc, char* argv[])
     if (gateway)
         out << "gateway port " << gateway->Port() << "\n";
     out.flush();
+    // A background job that reads its terminal would be stopped; it gets EIO instead and stops listening.
+    std::signal(SIGTTIN, SIG_IGN);
+    QObject::connect(&control, &TSimControl::EvReply, [&out](const QString& reply) {
+        out << reply << "\n";
+        out.flush();
+    });
+    control.Listen(STDIN_FILENO);
     if (parser.isSet(bootloader))
         module.EnterBootloader();
     else if (parser.isSet(powerUp))
