@@ -185,7 +185,7 @@ void TStatusWindow::Show(const QVector<Entry>& entries)
     for (const Entry& entry : entries) {
         const bool rule = entry.ruleAbove || m_ruleShownNext;
         if (!Passes(entry)) {
-            m_ruleShownNext = rule;   // the next line that shows starts the command
+            m_ruleShownNext = rule;   // a command began since the last line shown: the next one says so
             continue;
         }
         m_ruleShownNext = false;
@@ -212,8 +212,8 @@ void TStatusWindow::Rebuild()
     m_box->clear();
     m_ruleShownNext = false;
     Show(m_entries);
-    if (!m_search->text().isEmpty())
-        OnSearchTextChanged(m_search->text());
+    if (!m_searchText.isEmpty())
+        OnSearchTextChanged(m_searchText);
 }
 
 void TStatusWindow::SetLevelShown(TStatusLevel::Level level, bool shown)
@@ -269,6 +269,7 @@ void TStatusWindow::OnClearStatusTable()
 void TStatusWindow::OnSearchTextChanged(const QString& text)
 {
     FlushPending();
+    m_searchText = text;
     m_matches.clear();
     m_current = -1;
     if (!text.isEmpty()) {
@@ -303,15 +304,20 @@ void TStatusWindow::SelectMatch()
     if (m_current < 0)
         return;
     const QTextBlock block = m_box->document()->findBlockByNumber(m_matches.at(m_current));
-    // First bring the line's start (its time stamp) into view, then select the match inside the line.
-    QTextCursor start(block);
+    // The line goes to the top of the box, so that its time stamp is in view with as much of the line
+    // as fits; the match is selected inside it. A line taller than the box keeps its time stamp in view.
+    QScrollBar* bar = m_box->verticalScrollBar();
+    m_box->moveCursor(QTextCursor::End);
+    const QTextCursor start(block);
     m_box->setTextCursor(start);
-    m_box->centerCursor();
-    const int at = block.text().indexOf(m_search->text(), 0, Qt::CaseInsensitive);
+    const int top = bar->value();
+    const int at = block.text().indexOf(m_searchText, 0, Qt::CaseInsensitive);
     QTextCursor match(block);
     match.setPosition(block.position() + qMax(0, at));
-    match.setPosition(block.position() + qMax(0, at) + m_search->text().size(), QTextCursor::KeepAnchor);
+    match.setPosition(block.position() + qMax(0, at) + m_searchText.size(), QTextCursor::KeepAnchor);
     m_box->setTextCursor(match);
+    if (!m_box->viewport()->rect().contains(m_box->cursorRect(start)))
+        bar->setValue(top);
     m_box->horizontalScrollBar()->setValue(0);
 }
 

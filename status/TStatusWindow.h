@@ -87,6 +87,7 @@ private:
     QVector<Entry> m_entries;   ///< every line since the last clear, filtered or not
     bool m_ruleNext = false;    ///< a separator arrived: the next line gets the rule above it
     bool m_ruleShownNext = false;
+    QString m_searchText;
     QList<int> m_matches;   ///< block numbers that contain the search text
     int m_current = -1;
 };
