@@ -175,7 +175,11 @@ TMainWindow::TMainWindow(QWidget* parent)
     auto* moduleLabel = new QLabel(this);
     moduleLabel->setObjectName(QStringLiteral("ModuleStatus"));
     moduleLabel->setAccessibleName(QStringLiteral("Selected module"));
-    statusBar()->addPermanentWidget(moduleLabel);
+    // A long port name is cut at the window's edge rather than widening the window (the tooltip has it all).
+    moduleLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    moduleLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    moduleLabel->setMinimumWidth(moduleLabel->fontMetrics().averageCharWidth() * 40);
+    statusBar()->addPermanentWidget(moduleLabel, 1);
     m_moduleStatus = new TModuleStatus(m_tree, moduleLabel, this);
     for (TPage* page : m_sections->Pages())
         m_moduleStatus->Watch(page);

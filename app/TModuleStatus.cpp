@@ -171,13 +171,15 @@ void TModuleStatus::Refresh()
         return item;
     };
     for (const TRadioController* device : manager.Devices()) {
+        if (device->PortName() == m_remembered)
+            m_rememberedInfo = device->DeviceInfo();
         QTreeWidgetItem* item = addRow(device->PortName(), device->DeviceInfo(), device->BaudrateText());
         if (manager.IsSelected(device->PortName()))
             item->setSelected(true);
     }
     if (m_rememberedAway && !manager.DeviceByPort(m_remembered)) {
         // The module that was chosen is away: its row stays, so the user sees it is awaited.
-        QTreeWidgetItem* item = addRow(m_remembered, TKeyValueList(), QStringLiteral("n.a."));
+        QTreeWidgetItem* item = addRow(m_remembered, m_rememberedInfo, QStringLiteral("n.a."));
         item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
     }
     for (int column = 0; column < Columns().size(); ++column)

@@ -47,6 +47,7 @@ private:
     QTreeWidget* m_tree;
     QLabel* m_label;
     QString m_remembered;
+    TKeyValueList m_rememberedInfo;  ///< what the remembered module said about itself when last seen
     bool m_rememberedAway = false;   ///< the remembered module went away during this run
     QSet<QString> m_busy;            ///< ports on which a page's command runs
 };

@@ -360,8 +360,10 @@ void TGuiItemList::SetEditorValue(const Row& row, const QString& value)
     QWidget* editor = row.editor;
     if (auto* label = qobject_cast<QLabel*>(editor))
         label->setText(value);
-    else if (auto* edit = qobject_cast<QLineEdit*>(editor))
+    else if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
         edit->setText(FormatValue(value, row.flags, row.scaler));
+        edit->setCursorPosition(0);   // a value longer than the field shows its beginning
+    }
     else if (auto* combo = qobject_cast<QComboBox*>(editor))
         SelectComboValue(combo, value, row.ids);
     else if (auto* spin = qobject_cast<TSpinControl*>(editor))

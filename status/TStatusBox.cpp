@@ -6,6 +6,7 @@
 #include <QHelpEvent>
 #include <QMenu>
 #include <QPainter>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QToolTip>
 
@@ -61,6 +62,15 @@ void TStatusBox::paintEvent(QPaintEvent* event)
         if (block.userState() == kRuleAbove && block.isVisible())
             painter.drawLine(QPointF(0, area.top()), QPointF(viewport()->width(), area.top()));
     }
+}
+
+void TStatusBox::resizeEvent(QResizeEvent* event)
+{
+    QScrollBar* bar = verticalScrollBar();
+    const bool atEnd = bar->value() == bar->maximum();
+    QPlainTextEdit::resizeEvent(event);
+    if (atEnd)
+        bar->setValue(bar->maximum());
 }
 
 bool TStatusBox::viewportEvent(QEvent* event)

@@ -450,7 +450,16 @@ private slots:
         auto* page = qobject_cast<TDeviceInfoPage*>(window.Sections()->Page(QStringLiteral("Device Management"), QStringLiteral("Device Information")));
         QVERIFY(page);
         window.StatusWindow()->FlushPending();
-        page->Button(QStringLiteral("Get"))->click();
+        // F5 runs the current page's "Get"; while it waits, the status bar says the module is busy.
+        QVERIFY(window.Sections()->SelectPage(page));
+        auto* label = window.statusBar()->findChild<QLabel*>(QStringLiteral("ModuleStatus"));
+        QStringList duringGet;
+        auto watch = connect(&sim, &TSimModule::RequestReceived, &window, [&] { duringGet << label->text().section(QStringLiteral(" | "), -1); });
+        window.GetAction()->trigger();
+        disconnect(watch);
+        QCOMPARE(duringGet, (QStringList{"busy", "busy", "busy"}));   // device, firmware and system status
+        QCOMPARE(label->text().section(QStringLiteral(" | "), -1), QStringLiteral("connected"));
+        QVERIFY2(page->ResultLine()->text().startsWith(QStringLiteral("OK - read device, firmware and system status (")), qPrintable(page->ResultLine()->text()));
         QCOMPARE(Field(page->Group(QStringLiteral("Device")), "DeviceAddress"), QStringLiteral("26011F3A"));
         QCOMPARE(Field(page->Group(QStringLiteral("Firmware")), "FWVersion"), QStringLiteral("V1.4"));
         QCOMPARE(Field(page->Group(QStringLiteral("System Status")), "TxUData"), QStringLiteral("0"));
