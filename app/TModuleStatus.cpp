@@ -55,37 +55,28 @@ QIcon TModuleStatus::StateIcon(TDeviceManager::DeviceState state)
         p.setRenderHint(QPainter::Antialiasing);
         const QColor colour(QString::fromLatin1(look.colour));
         const QRectF box(2.5, 2.5, kSize - 5, kSize - 5);
-        QPen pen(colour, 2.5);
+        const bool filled = look.glyph == Glyph::Dot || look.glyph == Glyph::Square;
+        p.setPen(filled ? QPen(Qt::NoPen) : QPen(colour, look.glyph == Glyph::Hollow ? 1.5 : 2.5));
+        p.setBrush(filled ? QBrush(colour) : QBrush(Qt::NoBrush));
         switch (look.glyph) {
         case Glyph::Dot:
-            p.setPen(Qt::NoPen);
-            p.setBrush(colour);
+        case Glyph::Hollow:
             p.drawEllipse(box);
             break;
         case Glyph::Ring:
-            p.setPen(pen);
             p.drawEllipse(box);
-            p.setPen(Qt::NoPen);
             p.setBrush(colour);
             p.drawEllipse(box.center(), 2, 2);
             break;
         case Glyph::Cross:
-            p.setPen(pen);
             p.drawLine(box.topLeft(), box.bottomRight());
             p.drawLine(box.topRight(), box.bottomLeft());
             break;
         case Glyph::Arc:
-            p.setPen(pen);
             p.drawArc(box, 30 * 16, 270 * 16);
             break;
         case Glyph::Square:
-            p.setPen(Qt::NoPen);
-            p.setBrush(colour);
             p.drawRect(box);
-            break;
-        case Glyph::Hollow:
-            p.setPen(QPen(colour, 1.5));
-            p.drawEllipse(box);
             break;
         }
         return QIcon(pixmap);
