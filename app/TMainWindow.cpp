@@ -236,15 +236,20 @@ void TMainWindow::BuildMenus()
     file->addAction(QStringLiteral("&Quit"), this, &TMainWindow::OnQuit, QKeySequence(QStringLiteral("Ctrl+Q")));
 
     QMenu* views = menuBar()->addMenu(QStringLiteral("&Views"));
-    m_leftPanelAction = views->addAction(QStringLiteral("&Hide Left Control Panel"), this, &TMainWindow::OnLeftPanelTriggered);
+    m_leftPanelAction = views->addAction(QStringLiteral("Hide &Left Control Panel"), this, &TMainWindow::OnLeftPanelTriggered);
     QAction* statusWindow = m_status->toggleViewAction();
     statusWindow->setText(QStringLiteral("&Status Window"));
     views->addAction(statusWindow);
     QMenu* styles = views->addMenu(QStringLiteral("S&tyles"));
     m_themes = new QActionGroup(this);
     m_themes->setExclusive(true);
+    QString taken;   // theme names share first letters: each takes the first letter still free
     for (const QString& name : TThemes::Names()) {
-        QAction* action = styles->addAction(QLatin1Char('&') + name);
+        int at = 0;
+        while (at < name.size() - 1 && taken.contains(name.at(at).toLower()))
+            ++at;
+        taken += name.at(at).toLower();
+        QAction* action = styles->addAction(name.left(at) + QLatin1Char('&') + name.mid(at));
         action->setData(name);
         action->setCheckable(true);
         m_themes->addAction(action);
@@ -381,7 +386,7 @@ void TMainWindow::OnLeftPanelTriggered()
 {
     const bool hide = !m_leftPanel->isHidden();
     m_leftPanel->setVisible(!hide);
-    m_leftPanelAction->setText(hide ? QStringLiteral("&Show Left Control Panel") : QStringLiteral("&Hide Left Control Panel"));
+    m_leftPanelAction->setText(hide ? QStringLiteral("Show &Left Control Panel") : QStringLiteral("Hide &Left Control Panel"));
 }
 
 void TMainWindow::OnShowStudioSettings()

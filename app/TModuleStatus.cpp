@@ -147,31 +147,49 @@ QString TModuleStatus::StatusText() const
 void TModuleStatus::Refresh()
 {
     const TDeviceManager& manager = TDeviceManager::Instance();
-    const QSignalBlocker block(m_tree);
-    m_tree->clear();
-    auto addRow = [this](const QString& port, const TKeyValueList& info, const QString& baudrate) {
-        const TDeviceManager::DeviceState state = StateOf(port);
-        const QString stateText = TDeviceManager::StateText(state);
-        auto* item = new QTreeWidgetItem(m_tree, {info.Value(QStringLiteral("DeviceType"), QStringLiteral("n.a.")), port, Firmware(info), stateText});
-        item->setIcon(0, StateIcon(state));
-        item->setData(0, Qt::UserRole, port);
-        const QString tip = QStringLiteral("Type: %1\nPort: %2\nBaud rate: %3\nFirmware: %4\nState: %5")
-                                .arg(item->text(0), port, baudrate, item->text(2), stateText);
-        for (int column = 0; column < Columns().size(); ++column)
-            item->setToolTip(column, tip);
-        return item;
+    struct Row {
+        QString port;
+        TKeyValueList info;
+        QString baudrate;
+        bool present;
     };
+    QList<Row> rows;
     for (const TRadioController* device : manager.Devices()) {
         if (device->PortName() == m_remembered)
             m_rememberedInfo = device->DeviceInfo();
-        QTreeWidgetItem* item = addRow(device->PortName(), device->DeviceInfo(), device->BaudrateText());
-        if (manager.IsSelected(device->PortName()))
-            item->setSelected(true);
+        rows.append({device->PortName(), device->DeviceInfo(), device->BaudrateText(), true});
     }
-    if (m_rememberedAway && !manager.DeviceByPort(m_remembered)) {
-        // The module that was chosen is away: its row stays, so the user sees it is awaited.
-        QTreeWidgetItem* item = addRow(m_remembered, m_rememberedInfo, QStringLiteral("n.a."));
-        item->setFlags(item->flags() & ~Qt::ItemIsSelectable);
+    // The module that was chosen is away: its row stays, so the user sees it is awaited.
+    if (m_rememberedAway && !manager.DeviceByPort(m_remembered))
+        rows.append({m_remembered, m_rememberedInfo, QStringLiteral("n.a."), false});
+
+    const QSignalBlocker block(m_tree);
+    // The same modules as before: the rows are updated where they are, so focus and keyboard position stay.
+    bool same = m_tree->topLevelItemCount() == rows.size();
+    for (int i = 0; same && i < rows.size(); ++i)
+        same = m_tree->topLevelItem(i)->data(0, Qt::UserRole).toString() == rows.at(i).port;
+    if (!same) {
+        m_tree->clear();
+        for (const Row& row : qAsConst(rows)) {
+            auto* item = new QTreeWidgetItem(m_tree);
+            item->setData(0, Qt::UserRole, row.port);
+        }
+    }
+    for (int i = 0; i < rows.size(); ++i) {
+        const Row& row = rows.at(i);
+        QTreeWidgetItem* item = m_tree->topLevelItem(i);
+        const TDeviceManager::DeviceState state = StateOf(row.port);
+        const QString stateText = TDeviceManager::StateText(state);
+        const QStringList texts{row.info.Value(QStringLiteral("DeviceType"), QStringLiteral("n.a.")), row.port, Firmware(row.info), stateText};
+        const QString tip = QStringLiteral("Type: %1\nPort: %2\nBaud rate: %3\nFirmware: %4\nState: %5")
+                                .arg(texts.at(0), row.port, row.baudrate, texts.at(2), stateText);
+        for (int column = 0; column < texts.size(); ++column) {
+            item->setText(column, texts.at(column));
+            item->setToolTip(column, tip);
+        }
+        item->setIcon(0, StateIcon(state));
+        item->setFlags(row.present ? item->flags() | Qt::ItemIsSelectable : item->flags() & ~Qt::ItemIsSelectable);
+        item->setSelected(row.present && manager.IsSelected(row.port));
     }
     for (int column = 0; column < Columns().size(); ++column)
         m_tree->resizeColumnToContents(column);
@@ -223,6 +241,5 @@ void TModuleStatus::OnTreeSelection()
         return;
     const QString port = items.first()->data(0, Qt::UserRole).toString();
     m_rememberedAway = false;   // the user chose: this one is the module to remember now
-    m_remembered.clear();
     TDeviceManager::Instance().SelectDevice(port);
 }

@@ -59,7 +59,6 @@ TPage::TPage(const QString& name, QWidget* parent)
     m_resultLine->setObjectName(QStringLiteral("ResultLine"));
     m_resultLine->setWordWrap(true);
     m_resultLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    m_resultLine->setAccessibleName(QStringLiteral("Result"));
     m_resultLine->hide();   // shown where the page's layout puts it
 
     TDeviceManager& devices = TDeviceManager::Instance();

@@ -234,6 +234,23 @@ private slots:
         };
         walk(window.menuBar()->actions());
         QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QStringLiteral(", "))));
+        // No two entries of one menu share their access key (also with the left panel hidden).
+        std::function<void(const QList<QAction*>&)> unique = [&](const QList<QAction*>& actions) {
+            QMap<QKeySequence, QString> keys;
+            for (QAction* action : actions) {
+                if (action->isSeparator())
+                    continue;
+                const QKeySequence key = QKeySequence::mnemonic(action->text());
+                QVERIFY2(!keys.contains(key), qPrintable(keys.value(key) + QStringLiteral(" and ") + action->text()));
+                keys.insert(key, action->text());
+                if (action->menu())
+                    unique(action->menu()->actions());
+            }
+        };
+        unique(window.menuBar()->actions());
+        window.OnLeftPanelTriggered();
+        unique(window.menuBar()->actions());
+        window.OnLeftPanelTriggered();
 
         QMap<QString, QKeySequence> shortcuts;
         std::function<void(const QList<QAction*>&)> collect = [&](const QList<QAction*>& actions) {

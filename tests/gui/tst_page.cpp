@@ -18,6 +18,7 @@
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
+#include "gui/TCommandOutcome.h"
 #include "gui/TFieldCheck.h"
 #include "gui/TGuiItemList.h"
 #include "gui/TPage.h"
@@ -279,6 +280,44 @@ private slots:
         QTest::qWait(50);
         QCOMPARE(m_sim->RequestsHandled(), requests);
         QCOMPARE(page.findChildren<QMessageBox*>().size(), 1);
+    }
+
+    void outcome_plainWordsForEachFailure_data()
+    {
+        QTest::addColumn<QString>("lastError");
+        QTest::addColumn<bool>("portLost");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("time-out") << "no response" << false << int(TCommandOutcome::Timeout) << "No answer from the module within 5 s";
+        QTest::newRow("port lost") << "error - the module was disconnected (port COM3 lost)" << false << int(TCommandOutcome::Lost)
+                                   << "The module was disconnected";
+        QTest::newRow("closed port") << "transmit error" << true << int(TCommandOutcome::Lost) << "The module was disconnected";
+        QTest::newRow("link busy") << "job busy -> message not sent!" << false << int(TCommandOutcome::Busy)
+                                   << "Not sent: the module is busy with another request";
+        QTest::newRow("transmit") << "transmit error" << false << int(TCommandOutcome::LocalError)
+                                  << "error - the request was not sent: transmit error";
+        QTest::newRow("module status") << "wrong device mode" << false << int(TCommandOutcome::ModuleError)
+                                       << "The module answered: wrong device mode";
+        QTest::newRow("unknown status") << "Unsupported ID(9)" << false << int(TCommandOutcome::ModuleError)
+                                        << "The module answered: Unsupported ID(9)";
+        QTest::newRow("studio") << "error - invalid value for NewAlarm: \"25:00:00\" (hh:mm:ss)" << false << int(TCommandOutcome::LocalError)
+                                << "error - invalid value for NewAlarm: \"25:00:00\" (hh:mm:ss)";
+    }
+    void outcome_plainWordsForEachFailure()
+    {
+        QFETCH(QString, lastError);
+        QFETCH(bool, portLost);
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        const TCommandOutcome outcome = TCommandOutcome::Failure(lastError, 5000, portLost);
+        QCOMPARE(int(outcome.Type()), kind);
+        QCOMPARE(outcome.Text(), text);
+        QVERIFY(outcome.IsFailure());
+        QCOMPARE(outcome.StyleClass(), QStringLiteral("error"));
+        QCOMPARE(outcome.LeavesValuesInDoubt(), kind == TCommandOutcome::Timeout || kind == TCommandOutcome::Lost);
+        QCOMPARE(TCommandOutcome::Failure(QStringLiteral("no response"), 250).Text(), QStringLiteral("No answer from the module within 0.25 s"));
+        QCOMPARE(TCommandOutcome::Success(QStringLiteral("read the clock"), QStringLiteral("12:00:03")).Text(),
+                 QStringLiteral("OK - read the clock (12:00:03)"));
     }
 
     void action_secondCommandWhileOneRunsSendsNothing()
