@@ -174,7 +174,6 @@ TMainWindow::TMainWindow(QWidget* parent)
 
     auto* moduleLabel = new QLabel(this);
     moduleLabel->setObjectName(QStringLiteral("ModuleStatus"));
-    moduleLabel->setAccessibleName(QStringLiteral("Selected module"));
     // A long port name is cut at the window's edge rather than widening the window (the tooltip has it all).
     moduleLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     moduleLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
