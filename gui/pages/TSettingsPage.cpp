@@ -77,7 +77,6 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
     auto* removePattern = new QPushButton(QStringLiteral("Remove"), area);
     patternRow->addWidget(addPattern);
     patternRow->addWidget(removePattern);
-    layout->addLayout(patternRow);
     connect(addPattern, &QPushButton::clicked, this, [this] { AddPattern(m_patternEdit->text().trimmed()); });
     connect(removePattern, &QPushButton::clicked, this, [this] {
         if (QListWidgetItem* item = m_patterns->currentItem())
@@ -95,7 +94,6 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
     auto* removePort = new QPushButton(QStringLiteral("Remove"), area);
     portRow->addWidget(addPort);
     portRow->addWidget(removePort);
-    layout->addLayout(portRow);
     connect(addPort, &QPushButton::clicked, this, [this] { AddExtraPort(m_portEdit->text().trimmed()); });
     connect(removePort, &QPushButton::clicked, this, [this] {
         if (QListWidgetItem* item = m_extraPorts->currentItem())

@@ -96,6 +96,7 @@ private slots:
         QVERIFY(dock->isVisible());
         QCOMPARE(window.dockWidgetArea(dock), Qt::RightDockWidgetArea);
         QVERIFY2(dock->width() >= 200 && dock->width() <= 1024 * 0.35, qPrintable(QString::number(dock->width())));
+        qInfo("status dock %d px wide, page area %d px", dock->width(), window.Sections()->PageStack()->width());
         QStringList report;
         for (TPage* page : window.Sections()->Pages()) {
             QVERIFY(window.Sections()->SelectPage(page));
