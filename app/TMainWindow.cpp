@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
+#include <QCloseEvent>
 #include <QCommandLinkButton>
 #include <QDesktopServices>
 #include <QDir>
@@ -21,6 +22,7 @@
 #include <QVBoxLayout>
 
 #include "base/TSystemMemory.h"
+#include "app/TModuleStatus.h"
 #include "app/TThemes.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
@@ -102,6 +104,21 @@ const TSectionEntry kDeveloperSections[] = {
 };
 
 const char* const kStatusSource = "Studio";
+
+// key in the "GUI" group   what it keeps (base64 of Qt's own state blobs)
+const char* const kGeometryKey = "WindowGeometry";
+const char* const kStateKey = "WindowState";
+const char* const kSplitterKey = "SplitterState";
+
+QByteArray ReadBlob(const char* key)
+{
+    return QByteArray::fromBase64(TSettings::Instance().ReadValue(QStringLiteral("GUI"), QString::fromLatin1(key)).toLatin1());
+}
+
+void WriteBlob(const char* key, const QByteArray& blob)
+{
+    TSettings::Instance().WriteValue(QStringLiteral("GUI"), QString::fromLatin1(key), QString::fromLatin1(blob.toBase64()));
+}
 }
 
 const TSectionEntry* TMainWindow::SectionTable(bool developerMode)
@@ -158,14 +175,24 @@ TMainWindow::TMainWindow(QWidget* parent)
     m_splitter->setSizes({m_sections->PanelWidth(), 900});
     setCentralWidget(m_splitter);
 
+    auto* moduleLabel = new QLabel(this);
+    moduleLabel->setObjectName(QStringLiteral("ModuleStatus"));
+    // A long port name is cut at the window's edge rather than widening the window (the tooltip has it all).
+    moduleLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    moduleLabel->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    moduleLabel->setMinimumWidth(moduleLabel->fontMetrics().averageCharWidth() * 40);
+    statusBar()->addPermanentWidget(moduleLabel, 1);
+    m_moduleStatus = new TModuleStatus(m_tree, moduleLabel, this);
+    for (TPage* page : m_sections->Pages())
+        m_moduleStatus->Watch(page);
+
     TDeviceManager& manager = TDeviceManager::Instance();
     manager.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
     connect(&manager, &TDeviceManager::EvLocalDeviceAdded, this, &TMainWindow::OnDeviceAdded);
-    connect(&manager, &TDeviceManager::EvLocalDeviceRemoved, this, &TMainWindow::RefreshDeviceTree);
-    connect(&manager, &TDeviceManager::EvDeviceConfigChanged, this, &TMainWindow::RefreshDeviceTree);
     connect(&manager, &TDeviceManager::EvDeviceSelectionChanged, m_sections, &TSectionCtrl::OnDeviceSelectionChanged);
     connect(&manager, &TDeviceManager::EvDeviceConfigChanged, m_sections, &TSectionCtrl::OnDeviceConfigChanged);
     TControllerPrototypes::RegisterAll();
+    m_layoutRestored = RestoreLayout();
     manager.Start();
     statusBar()->showMessage(QStringLiteral("Ready"));
 }
@@ -209,42 +236,62 @@ void TMainWindow::LoadConfigFiles()
 
 void TMainWindow::BuildMenus()
 {
-    QMenu* file = menuBar()->addMenu(QStringLiteral("File"));
-    file->addAction(QStringLiteral("Firmware Update"), this, &TMainWindow::OnFirmwareUpdate);
-    file->addAction(QString::fromLatin1(TDiscoverGatewayDialog::kTitle), this, &TMainWindow::OnDiscoverGateways);
-    file->addAction(QStringLiteral("Quit"), this, &TMainWindow::OnQuit);
+    // Menu texts carry access keys ("&"); Alt and the underlined letter open them.
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    file->addAction(QStringLiteral("&Firmware Update"), this, &TMainWindow::OnFirmwareUpdate);
+    file->addAction(QStringLiteral("Discover &Gateways"), this, &TMainWindow::OnDiscoverGateways);
+    file->addAction(QStringLiteral("&Quit"), this, &TMainWindow::OnQuit, QKeySequence(QStringLiteral("Ctrl+Q")));
 
-    QMenu* views = menuBar()->addMenu(QStringLiteral("Views"));
-    m_leftPanelAction = views->addAction(QStringLiteral("Hide Left Control Panel"), this, &TMainWindow::OnLeftPanelTriggered);
-    QMenu* styles = views->addMenu(QStringLiteral("Styles"));
+    QMenu* views = menuBar()->addMenu(QStringLiteral("&Views"));
+    m_leftPanelAction = views->addAction(QStringLiteral("Hide &Left Control Panel"), this, &TMainWindow::OnLeftPanelTriggered);
+    QAction* statusWindow = m_status->toggleViewAction();
+    statusWindow->setText(QStringLiteral("&Status Window"));
+    views->addAction(statusWindow);
+    QMenu* styles = views->addMenu(QStringLiteral("S&tyles"));
     m_themes = new QActionGroup(this);
     m_themes->setExclusive(true);
+    QString taken;   // theme names share first letters: each takes the first letter still free
     for (const QString& name : TThemes::Names()) {
-        QAction* action = styles->addAction(name);
+        int at = 0;
+        while (at < name.size() - 1 && taken.contains(name.at(at).toLower()))
+            ++at;
+        taken += name.at(at).toLower();
+        QAction* action = styles->addAction(name.left(at) + QLatin1Char('&') + name.mid(at));
+        action->setData(name);
         action->setCheckable(true);
         m_themes->addAction(action);
     }
     connect(m_themes, &QActionGroup::triggered, this, &TMainWindow::OnSetStyle);
 
-    QMenu* settingsMenu = menuBar()->addMenu(QStringLiteral("Settings"));
-    settingsMenu->addAction(QStringLiteral("Studio Settings"), this, &TMainWindow::OnShowStudioSettings);
-    QAction* check = settingsMenu->addAction(QStringLiteral("Firmware Compatibility Check"));
+    // F5 is the current page's "Get", wherever the focus is.
+    m_getAction = new QAction(QStringLiteral("Get"), this);
+    m_getAction->setShortcut(QKeySequence(Qt::Key_F5));
+    m_getAction->setShortcutContext(Qt::WindowShortcut);
+    connect(m_getAction, &QAction::triggered, this, [this] {
+        if (TPage* page = m_sections ? m_sections->CurrentPage() : nullptr)
+            page->RunGet();
+    });
+    addAction(m_getAction);
+
+    QMenu* settingsMenu = menuBar()->addMenu(QStringLiteral("&Settings"));
+    settingsMenu->addAction(QStringLiteral("&Studio Settings"), this, &TMainWindow::OnShowStudioSettings);
+    QAction* check = settingsMenu->addAction(QStringLiteral("Firmware &Compatibility Check"));
     check->setCheckable(true);
     check->setChecked(TSettings::Instance().FirmwareCompatibilityCheck());
     connect(check, &QAction::toggled, [](bool on) { TSettings::Instance().SetFirmwareCompatibilityCheck(on); });
-    QAction* iso = settingsMenu->addAction(QStringLiteral("Use ISO Format"));
+    QAction* iso = settingsMenu->addAction(QStringLiteral("Use &ISO Format"));
     iso->setCheckable(true);
     iso->setChecked(TSettings::Instance().IsoFormat());
     connect(iso, &QAction::toggled, [](bool on) { TSettings::Instance().SetIsoFormat(on); });
 
-    QMenu* info = menuBar()->addMenu(QStringLiteral("Info"));
-    info->addAction(QStringLiteral("About"), this, &TMainWindow::OnAbout);
-    info->addAction(QStringLiteral("About Qt"), this, &TMainWindow::OnAboutQt);
-    info->addAction(QStringLiteral("User Guide"), this, &TMainWindow::OnShowUserGuide);
-    info->addAction(QStringLiteral("Firmware Overview"), this, &TMainWindow::OnShowFeatureOverview);
-    QMenu* notes = info->addMenu(QStringLiteral("Release Notes"));
-    notes->addAction(QStringLiteral("Studio Release Notes"), this, &TMainWindow::OnShowReleaseNotes);
-    notes->addAction(QStringLiteral("Firmware Release Notes"), this, &TMainWindow::OnShowFirmwareReleaseNotes);
+    QMenu* info = menuBar()->addMenu(QStringLiteral("&Info"));
+    info->addAction(QStringLiteral("&About"), this, &TMainWindow::OnAbout);
+    info->addAction(QStringLiteral("About &Qt"), this, &TMainWindow::OnAboutQt);
+    info->addAction(QStringLiteral("&User Guide"), this, &TMainWindow::OnShowUserGuide, QKeySequence(Qt::Key_F1));
+    info->addAction(QStringLiteral("&Firmware Overview"), this, &TMainWindow::OnShowFeatureOverview);
+    QMenu* notes = info->addMenu(QStringLiteral("&Release Notes"));
+    notes->addAction(QStringLiteral("&Studio Release Notes"), this, &TMainWindow::OnShowReleaseNotes);
+    notes->addAction(QStringLiteral("&Firmware Release Notes"), this, &TMainWindow::OnShowFirmwareReleaseNotes);
 }
 
 QWidget* TMainWindow::BuildLeftPanel(bool developerMode)
@@ -263,10 +310,10 @@ QWidget* TMainWindow::BuildLeftPanel(bool developerMode)
     layout->addWidget(radios);
     m_tree = new QTreeWidget(panel);
     m_tree->setObjectName(QStringLiteral("Radios"));
-    m_tree->setHeaderLabels({QStringLiteral("Type"), QStringLiteral("Port"), QStringLiteral("Firmware")});
+    m_tree->setAccessibleName(radios->text());
+    radios->setBuddy(m_tree);
     m_tree->setRootIsDecorated(false);
     m_tree->header()->setStretchLastSection(true);
-    connect(m_tree, &QTreeWidget::itemSelectionChanged, this, &TMainWindow::OnTreeSelectionChanged);
     layout->addWidget(m_tree, 2);
 
     auto* link = new QCommandLinkButton(QStringLiteral("Velto on the web"), panel);
@@ -283,48 +330,24 @@ void TMainWindow::ApplyTheme(const QString& name)
     qApp->setStyleSheet(TThemes::StyleSheet(name));
     if (m_themes)
         for (QAction* action : m_themes->actions())
-            action->setChecked(action->text() == name);
+            action->setChecked(action->data().toString() == name);
 }
 
 void TMainWindow::OnSetStyle(QAction* action)
 {
-    ApplyTheme(action->text());
-    TSettings::Instance().SetMainTheme(action->text());
+    const QString name = action->data().toString();
+    ApplyTheme(name);
+    TSettings::Instance().SetMainTheme(name);
 }
 
 void TMainWindow::OnDeviceAdded(const QString& port)
 {
-    RefreshDeviceTree();
+    m_status->AddDevice(port);
     if (!TSettings::Instance().FirmwareCompatibilityCheck())
         return;
     const QString warning = TFirmwareSupport::Instance().CheckDevice(TDeviceManager::Instance().DeviceInfoByPort(port));
     if (!warning.isEmpty())
         ShowBox(QMessageBox::Warning, QStringLiteral("Compatibility Warning"), warning);
-}
-
-void TMainWindow::RefreshDeviceTree()
-{
-    const TDeviceManager& manager = TDeviceManager::Instance();
-    const QSignalBlocker block(m_tree);
-    m_tree->clear();
-    for (const TRadioController* device : manager.Devices()) {
-        const TKeyValueList& info = device->DeviceInfo();
-        auto* item = new QTreeWidgetItem(m_tree, {info.Value(QStringLiteral("DeviceType"), QStringLiteral("n.a.")), device->PortName(),
-                                                  info.Value(QStringLiteral("FWName"), QStringLiteral("n.a.")) + QLatin1Char(' ')
-                                                      + info.Value(QStringLiteral("FWVersion"))});
-        item->setIcon(0, QIcon(QStringLiteral(":/img/Device")));
-        item->setData(0, Qt::UserRole, device->PortName());
-        if (manager.IsSelected(device->PortName()))
-            item->setSelected(true);
-    }
-    m_tree->resizeColumnToContents(0);
-}
-
-void TMainWindow::OnTreeSelectionChanged()
-{
-    const QList<QTreeWidgetItem*> items = m_tree->selectedItems();
-    if (!items.isEmpty())
-        TDeviceManager::Instance().SelectDevice(items.first()->data(0, Qt::UserRole).toString());
 }
 
 void TMainWindow::ShowBox(int icon, const QString& title, const QString& text)
@@ -382,7 +405,7 @@ void TMainWindow::OnLeftPanelTriggered()
 {
     const bool hide = !m_leftPanel->isHidden();
     m_leftPanel->setVisible(!hide);
-    m_leftPanelAction->setText(hide ? QStringLiteral("Show Left Control Panel") : QStringLiteral("Hide Left Control Panel"));
+    m_leftPanelAction->setText(hide ? QStringLiteral("Show &Left Control Panel") : QStringLiteral("Hide &Left Control Panel"));
 }
 
 void TMainWindow::OnShowStudioSettings()
@@ -419,7 +442,14 @@ void TMainWindow::OnAboutQt()
 void TMainWindow::OnShowUserGuide()
 {
     const QString path = TShippedFiles::Directory() + QStringLiteral("Documents/Velto_LoRaWAN_Tessera_UserGuide.pdf");
-    if (!QFile::exists(path) || !QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+    if (!QFile::exists(path)) {
+        // Not an error of the user's: say where the guide comes from.
+        ShowBox(QMessageBox::Information, QStringLiteral("User Guide"),
+                QStringLiteral("The user guide is not installed with this build. Get it from %1 and put it at %2.")
+                    .arg(QString::fromLatin1(kWebAddress), path));
+        return;
+    }
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
         ShowBox(QMessageBox::Critical, QStringLiteral("Show User Guide - Error"),
                 QStringLiteral("Please install a pdf document viewer and check if the file %1 is available!").arg(path));
 }
@@ -465,3 +495,50 @@ TPage* TMainWindow::CreateInfoPage(const QString& title) { return new TInfoPage(
 TPage* TMainWindow::CreateHCILoggingPage(const QString& title) { return new THCILoggingPage(title); }
 TPage* TMainWindow::CreateFactoryPage(const QString& title) { return new TFactoryPage(title); }
 TPage* TMainWindow::CreateNodeTestPage(const QString& title) { return new TNodeTestPage(title); }
+
+QAction* TMainWindow::StatusWindowAction() const
+{
+    return m_status->toggleViewAction();
+}
+
+bool TMainWindow::RestoreLayout()
+{
+    const QByteArray geometry = ReadBlob(kGeometryKey);
+    const QByteArray state = ReadBlob(kStateKey);
+    const QByteArray splitter = ReadBlob(kSplitterKey);
+    bool restored = !geometry.isEmpty() && restoreGeometry(geometry);
+    restored = !state.isEmpty() && restoreState(state) && restored;
+    if (!splitter.isEmpty())
+        m_splitter->restoreState(splitter);
+    return restored;
+}
+
+void TMainWindow::SaveLayout()
+{
+    WriteBlob(kGeometryKey, saveGeometry());
+    WriteBlob(kStateKey, saveState());
+    WriteBlob(kSplitterKey, m_splitter->saveState());
+}
+
+void TMainWindow::closeEvent(QCloseEvent* event)
+{
+    SaveLayout();
+    QMainWindow::closeEvent(event);
+}
+
+void TMainWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    if (!m_layoutRestored && !m_dockShared)
+        ShareDock();
+}
+
+void TMainWindow::ShareDock()
+{
+    m_dockShared = true;
+    const Qt::DockWidgetArea area = dockWidgetArea(m_status);
+    const bool sideways = area == Qt::LeftDockWidgetArea || area == Qt::RightDockWidgetArea;
+    const int whole = sideways ? width() : height();
+    const int minimum = sideways ? m_status->minimumSizeHint().width() : m_status->minimumSizeHint().height();
+    resizeDocks({m_status}, {qMax(minimum, int(whole * kDockShare))}, sideways ? Qt::Horizontal : Qt::Vertical);
+}

@@ -10,6 +10,7 @@ class QActionGroup;
 class QMessageBox;
 class QSplitter;
 class QTreeWidget;
+class TModuleStatus;
 class TPage;
 class TSectionCtrl;
 class TStatusWindow;
@@ -37,7 +38,18 @@ public:
     TSectionCtrl* Sections() const { return m_sections; }
     TStatusWindow* StatusWindow() const { return m_status; }
     QTreeWidget* DeviceTree() const { return m_tree; }
+    TModuleStatus* ModuleStatus() const { return m_moduleStatus; }
     QAction* LeftPanelAction() const { return m_leftPanelAction; }
+    /// The "Views" entry that shows and hides the status window.
+    QAction* StatusWindowAction() const;
+    /// F5: the current page's "Get".
+    QAction* GetAction() const { return m_getAction; }
+    /// The main splitter: left panel and page area.
+    QSplitter* Splitter() const { return m_splitter; }
+    /// Whether the window's geometry and dock state came from the settings at start.
+    bool LayoutRestored() const { return m_layoutRestored; }
+    /// Share of the window the status dock gets when no layout was saved.
+    static constexpr double kDockShare = 0.26;
     QString CurrentTheme() const { return m_theme; }
     /// The last message box shown (error boxes, the compatibility warning), for whoever needs to look.
     QMessageBox* LastMessageBox() const { return m_lastBox; }
@@ -76,12 +88,19 @@ public slots:
     TPage* CreateFactoryPage(const QString& title);
     TPage* CreateNodeTestPage(const QString& title);
 
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
 private slots:
     void OnDeviceAdded(const QString& port);
-    void RefreshDeviceTree();
-    void OnTreeSelectionChanged();
 
 private:
+    /// Window geometry, dock and splitter state from the settings; false when none were saved.
+    bool RestoreLayout();
+    void SaveLayout();
+    /// Gives the status dock its default share of the window (first show without a saved layout).
+    void ShareDock();
     void InstallConfigFiles();
     void LoadConfigFiles();
     void BuildMenus();
@@ -95,6 +114,10 @@ private:
     QWidget* m_leftPanel = nullptr;
     QSplitter* m_splitter = nullptr;
     QAction* m_leftPanelAction = nullptr;
+    QAction* m_getAction = nullptr;
+    TModuleStatus* m_moduleStatus = nullptr;
+    bool m_layoutRestored = false;
+    bool m_dockShared = false;
     QActionGroup* m_themes = nullptr;
     QString m_theme;
     QPointer<QMessageBox> m_lastBox;

@@ -11,7 +11,6 @@
 #include "app/TMainWindow.h"
 #include "devices/TDeviceManager.h"
 #include "gui/TSectionCtrl.h"
-#include "gui/pages/TDeviceInfoPage.h"
 #include "status/TStatusLog.h"
 #ifdef TESSERA_DEMO
 #include "tools/sim/TSimLoRaWAN.h"
@@ -51,14 +50,18 @@ int main(int argc, char* argv[])
             if (added != port)
                 return;
             window->Sections()->SelectPage(QStringLiteral("Device Management/Device Information"));
-            if (auto* page = qobject_cast<TDeviceInfoPage*>(window->Sections()->CurrentPage()))
-                page->OnGet();
+            if (TPage* page = window->Sections()->CurrentPage())
+                page->RunGet();
         });
         TDeviceManager::Instance().AddTemporaryPort(port);   // never written to the settings
     }
 #endif
-    window->resize(1440, 900);   // the size it keeps where no window manager maximizes it
-    window->showMaximized();
+    if (window->LayoutRestored()) {
+        window->show();   // as it was left, maximized or not
+    } else {
+        window->resize(1440, 900);   // the size it keeps where no window manager maximizes it
+        window->showMaximized();
+    }
     const int rc = app.exec();
     delete window;
     return rc;

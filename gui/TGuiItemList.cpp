@@ -6,11 +6,14 @@
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
+#include <QStyle>
 
 #include "gui/TCheckButtonBox.h"
+#include "gui/TFieldCheck.h"
 #include "gui/TRadioButtonBox.h"
 #include "gui/TSlider.h"
 #include "gui/TSpinControl.h"
+#include "settings/TSettings.h"
 
 const QString TGuiItemList::kNotAvailable = QStringLiteral("n.a.");
 
@@ -35,6 +38,60 @@ bool IsKnownType(const QString& type)
 Qt::Orientation BoxOrientation(const QString& flags)
 {
     return flags.contains(QLatin1String("Horizontal")) ? Qt::Horizontal : Qt::Vertical;
+}
+
+/// A row's label (plain or check box): `width` wide, or wider when its text needs it (whatever font
+/// the theme gives it), so that a long name widens its row rather than being cut off.
+template <class Base>
+class TRowLabel : public Base
+{
+public:
+    TRowLabel(const QString& text, int width) : Base(text), m_width(width) {}
+    QSize sizeHint() const override { return Wider(Base::sizeHint()); }
+    QSize minimumSizeHint() const override { return Wider(Base::minimumSizeHint()); }
+
+private:
+    QSize Wider(QSize size) const { return QSize(qMax(size.width(), m_width), size.height()); }
+    int m_width;
+};
+
+/// Selects the item that `value` names (its identifier with "IdList", else its text). "n.a." chooses
+/// none; an identifier the list does not know chooses none and says so in the empty box.
+void SelectComboValue(QComboBox* combo, const QString& value, bool ids)
+{
+    if (value == TGuiItemList::kNotAvailable) {
+        combo->setCurrentIndex(-1);
+        combo->setPlaceholderText(TGuiItemList::kNotAvailable);
+        return;
+    }
+    if (!ids) {
+        const int index = combo->findText(value, Qt::MatchExactly | Qt::MatchCaseSensitive);
+        if (index >= 0)
+            combo->setCurrentIndex(index);
+        return;
+    }
+    bool ok = false;
+    const int id = value.trimmed().toInt(&ok, 0);
+    const int index = ok ? combo->findData(id) : -1;
+    combo->setCurrentIndex(index);
+    if (index < 0)
+        combo->setPlaceholderText(QStringLiteral("unknown: %1").arg(value));
+}
+
+/// Sets a style property on a widget and the widgets inside it, so that the theme restyles them.
+void SetStyleProperty(QWidget* widget, const char* name, bool on)
+{
+    if (!widget)
+        return;
+    QList<QWidget*> widgets = widget->findChildren<QWidget*>();
+    widgets.prepend(widget);
+    for (QWidget* w : qAsConst(widgets)) {
+        if (w->property(name).toBool() == on)
+            continue;
+        w->setProperty(name, on);
+        w->style()->unpolish(w);
+        w->style()->polish(w);
+    }
 }
 
 int HexDigits(const QString& flags)
@@ -142,7 +199,9 @@ void TGuiItemList::BuildItems(const QStringList& descriptors, QBoxLayout* layout
         row.descriptor = descriptor;
         row.type = type;
         row.keyed = ReadField(descriptor, QStringLiteral("Key:"), &row.key);
+        row.name = name;
         row.flags = Field(descriptor, QStringLiteral("GuiFlags:"));
+        row.ids = type == kComboBox && row.flags.contains(QLatin1String("IdList"));
         ReadField(descriptor, QStringLiteral("Scaler:"), &row.scaler);
 
         if (type == kLine) {
@@ -156,10 +215,9 @@ void TGuiItemList::BuildItems(const QStringList& descriptors, QBoxLayout* layout
 
         auto* rowLayout = new QHBoxLayout;
         rowLayout->setSpacing(kRowSpacingPx);
-        QWidget* label = row.flags.contains(QLatin1String("Checkable")) ? static_cast<QWidget*>(new QCheckBox(name))
-                                                                         : static_cast<QWidget*>(new QLabel(name));
+        QWidget* label = row.flags.contains(QLatin1String("Checkable")) ? static_cast<QWidget*>(new TRowLabel<QCheckBox>(name, labelWidth))
+                                                                         : static_cast<QWidget*>(new TRowLabel<QLabel>(name, labelWidth));
         label->setSizePolicy(QSizePolicy::Fixed, label->sizePolicy().verticalPolicy());
-        label->setFixedWidth(labelWidth);
         rowLayout->addWidget(label);
 
         QWidget* editor = CreateEditor(type, value, descriptor, row.flags);
@@ -168,7 +226,27 @@ void TGuiItemList::BuildItems(const QStringList& descriptors, QBoxLayout* layout
             minimumWidth += slider->ExtraWidth();
         editor->setMinimumWidth(minimumWidth);
         rowLayout->addWidget(editor);
+        NameEditor(editor, label, name);
+        QString unit;
+        if (type != kSlider && ReadField(descriptor, QStringLiteral("Unit:"), &unit) && !unit.isEmpty()) {
+            auto* unitLabel = new QLabel(unit);
+            unitLabel->setObjectName(QStringLiteral("FieldUnit"));
+            rowLayout->addWidget(unitLabel);
+            editor->setAccessibleDescription(unit);
+        }
         layout->addLayout(rowLayout);
+        if (TFieldCheck* check = TFieldCheck::Attach(editor, type, descriptor)) {
+            auto* reason = new QLabel;
+            reason->setObjectName(QStringLiteral("FieldReason"));
+            reason->setWordWrap(true);
+            reason->hide();
+            check->SetReasonLabel(reason);
+            auto* reasonRow = new QHBoxLayout;
+            reasonRow->setSpacing(kRowSpacingPx);
+            reasonRow->addSpacing(labelWidth + kRowSpacingPx);
+            reasonRow->addWidget(reason, 1);
+            layout->addLayout(reasonRow);
+        }
         row.label = label;
         row.editor = editor;
         m_rows.append(row);
@@ -194,11 +272,14 @@ QWidget* TGuiItemList::CreateEditor(const QString& type, const QString& value, c
     if (type == kComboBox) {
         auto* combo = new QComboBox;
         const QString items = Field(descriptor, QStringLiteral("ValueList:"));
-        if (!items.isEmpty())
+        const bool ids = flags.contains(QLatin1String("IdList"));
+        if (ids) {
+            for (const TButtonBox::Item& item : TButtonBox::ParseItems(items))
+                combo->addItem(item.second.trimmed(), item.first);
+        } else if (!items.isEmpty()) {
             combo->addItems(items.split(QLatin1Char(',')));
-        const int index = combo->findText(value, Qt::MatchExactly | Qt::MatchCaseSensitive);
-        if (index >= 0)
-            combo->setCurrentIndex(index);
+        }
+        SelectComboValue(combo, value, ids);
         return combo;
     }
     const int minimum = ToInt(Field(descriptor, QStringLiteral("MinValue:")));
@@ -229,6 +310,18 @@ QWidget* TGuiItemList::CreateEditor(const QString& type, const QString& value, c
     return box;
 }
 
+void TGuiItemList::NameEditor(QWidget* editor, QWidget* label, const QString& name)
+{
+    editor->setAccessibleName(name);
+    QWidget* focus = editor;
+    if (auto* slider = qobject_cast<TSlider*>(editor)) {
+        slider->Slider()->setAccessibleName(name);
+        focus = slider->Slider();
+    }
+    if (auto* text = qobject_cast<QLabel*>(label))
+        text->setBuddy(focus);
+}
+
 QFrame* TGuiItemList::CreateLine()
 {
     auto* line = new QFrame;
@@ -244,8 +337,11 @@ QString TGuiItemList::EditorValue(const Row& row)
         return label->text();
     if (auto* edit = qobject_cast<QLineEdit*>(editor))
         return edit->text();
-    if (auto* combo = qobject_cast<QComboBox*>(editor))
-        return combo->currentText();
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        if (combo->currentIndex() < 0)
+            return kNotAvailable;
+        return row.ids ? QString::number(combo->currentData().toInt()) : combo->currentText();
+    }
     if (auto* spin = qobject_cast<TSpinControl*>(editor))
         return QString::number(spin->Value());
     if (auto* slider = qobject_cast<TSlider*>(editor))
@@ -264,13 +360,13 @@ void TGuiItemList::SetEditorValue(const Row& row, const QString& value)
     QWidget* editor = row.editor;
     if (auto* label = qobject_cast<QLabel*>(editor))
         label->setText(value);
-    else if (auto* edit = qobject_cast<QLineEdit*>(editor))
+    else if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
         edit->setText(FormatValue(value, row.flags, row.scaler));
-    else if (auto* combo = qobject_cast<QComboBox*>(editor)) {
-        const int index = combo->findText(value, Qt::MatchExactly | Qt::MatchCaseSensitive);
-        if (index >= 0)
-            combo->setCurrentIndex(index);
-    } else if (auto* spin = qobject_cast<TSpinControl*>(editor))
+        edit->setCursorPosition(0);   // a value longer than the field shows its beginning
+    }
+    else if (auto* combo = qobject_cast<QComboBox*>(editor))
+        SelectComboValue(combo, value, row.ids);
+    else if (auto* spin = qobject_cast<TSpinControl*>(editor))
         spin->SetValue(ToInt(value));
     else if (auto* slider = qobject_cast<TSlider*>(editor))
         slider->SetValue(ToInt(value));
@@ -325,8 +421,12 @@ void TGuiItemList::SetItems(const TKeyValueList& records, bool clearFirst)
     if (clearFirst)
         ClearItems();
     for (const Row& row : m_rows) {
-        if (row.keyed && row.type != kLine && row.editor && records.Contains(row.key))
+        if (row.keyed && row.type != kLine && row.editor && records.Contains(row.key)) {
             SetEditorValue(row, records.Value(row.key));
+            // A value the module reports that its rule would refuse is pointed out at once.
+            if (TFieldCheck* check = TFieldCheck::Of(row.editor))
+                check->ShowUnlessEmpty();
+        }
     }
 }
 
@@ -346,4 +446,74 @@ QList<QFrame*> TGuiItemList::Separators() const
             lines.append(line);
     }
     return lines;
+}
+
+bool TGuiItemList::Validate(QString* firstProblem, QWidget** firstEditor) const
+{
+    bool valid = true;
+    for (const Row& row : m_rows) {
+        TFieldCheck* check = row.keyed ? TFieldCheck::Of(row.editor) : nullptr;
+        if (!check)
+            continue;
+        if (row.flags.contains(QLatin1String("Checkable")) && !IsChecked(row))
+            continue;   // an optional value that is not asked for is not sent
+        const QString problem = check->Show();
+        if (problem.isEmpty() || !valid)
+            continue;
+        valid = false;
+        if (firstProblem)
+            *firstProblem = row.name + QStringLiteral(" - ") + problem;
+        if (firstEditor)
+            *firstEditor = row.editor;
+    }
+    return valid;
+}
+
+void TGuiItemList::MarkRead(const QString& port, const QDateTime& when)
+{
+    m_readTime = when;
+    m_readFrom = port;
+    m_stale = false;
+    m_staleWhy.clear();
+    ShowStale();
+}
+
+void TGuiItemList::MarkStale(const QString& why)
+{
+    if (!m_readTime.isValid() || m_stale)
+        return;
+    m_stale = true;
+    m_staleWhy = why;
+    ShowStale();
+}
+
+QString TGuiItemList::StaleText() const
+{
+    if (!m_stale)
+        return QString();
+    const QString when = m_readTime.toString(TSettings::Instance().DateFormat() + QStringLiteral(" hh:mm:ss"));
+    return QStringLiteral("Read at %1 from %2 - out of date: %3").arg(when, m_readFrom, m_staleWhy);
+}
+
+void TGuiItemList::SetStaleNote(QLabel* note)
+{
+    m_staleNote = note;
+    ShowStale();
+}
+
+void TGuiItemList::ShowStale()
+{
+    const QString text = StaleText();
+    for (const Row& row : qAsConst(m_rows)) {
+        if (row.type == kLine)
+            continue;
+        SetStyleProperty(row.label, "stale", m_stale);
+        SetStyleProperty(row.editor, "stale", m_stale);
+        if (row.editor)
+            row.editor->setToolTip(text);
+    }
+    if (m_staleNote) {
+        m_staleNote->setText(text);
+        m_staleNote->setVisible(m_stale);
+    }
 }

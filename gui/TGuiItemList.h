@@ -1,4 +1,5 @@
 #pragma once
+#include <QDateTime>
 #include <QList>
 #include <QPointer>
 #include <QStringList>
@@ -8,6 +9,7 @@
 
 class QBoxLayout;
 class QFrame;
+class QLabel;
 
 /// Builds rows of labels and editors from GUI item descriptors ("GuiName:..;GuiType:..;Key:..;Value:.."),
 /// fills them from records and reads them back. The page owns the widgets through its layout; the
@@ -16,6 +18,13 @@ class QFrame;
 /// A field is found by the first ";"-separated part that contains the key anywhere, so "Value:" must
 /// stand before "MinValue:"/"MaxValue:" in every descriptor. A "CheckBox" row is editable only with
 /// the flag "Enabled"; without it the box only shows its value.
+///
+/// Beyond the base format: a "LineEdit" may carry input rules ("Mask:", "MinValue:"/"MaxValue:",
+/// "HexBytes:", "Format:", see TFieldCheck) whose problems show beside the field; "Unit:" puts the
+/// unit after any editor; a "ComboBox" with the flag "IdList" holds "id:text" items and is filled and
+/// read back by identifier; "Value:n.a." leaves a "ComboBox" with no item chosen. Every editor carries
+/// its row's name as its accessible name. A group that was filled by a read knows when and from which
+/// port, and can be marked stale (greyed, with that time) when its values may no longer be true.
 class TGuiItemList
 {
 public:
@@ -47,6 +56,23 @@ public:
     void SetItems(const TKeyValueList& records, bool clearFirst = true);
     void ClearItems();
 
+    /// Checks every keyed row's input rule and shows each problem beside its field. False when a value
+    /// is refused; `firstProblem` then reads "<row name> - <problem>" and `firstEditor` is its editor.
+    bool Validate(QString* firstProblem = nullptr, QWidget** firstEditor = nullptr) const;
+
+    /// The values now shown came from the module on `port` at `when`: shown as current.
+    void MarkRead(const QString& port, const QDateTime& when);
+    /// Greys the values and says when and where they were read and why they may be wrong; a group that
+    /// was never read has nothing to mark. The first reason stays until the next read.
+    void MarkStale(const QString& why);
+    bool IsStale() const { return m_stale; }
+    QDateTime ReadTime() const { return m_readTime; }
+    QString ReadFrom() const { return m_readFrom; }
+    /// "Read at <date time> from <port> - out of date: <why>" while stale, else "".
+    QString StaleText() const;
+    /// A label that shows StaleText() while the group is stale (hidden otherwise).
+    void SetStaleNote(QLabel* note);
+
     int Count() const { return m_rows.size(); }
     QString Descriptor(int index) const { return m_rows.value(index).descriptor; }
     QWidget* Label(int index) const { return m_rows.value(index).label; }
@@ -60,19 +86,30 @@ private:
         QString type;
         QString key;
         bool keyed = false;
+        QString name;
         QString flags;
         QString scaler;
+        bool ids = false;   ///< "ComboBox" with "IdList": items carry identifiers
         QPointer<QWidget> label;
         QPointer<QWidget> editor;
     };
 
     static QWidget* CreateEditor(const QString& type, const QString& value, const QString& descriptor,
                                  const QString& flags);
+    /// Gives the editor (and the controls inside it) the row's name as accessible name.
+    static void NameEditor(QWidget* editor, QWidget* label, const QString& name);
     static QString EditorValue(const Row& row);
     static void SetEditorValue(const Row& row, const QString& value);
     static QFrame* CreateLine();
     static bool IsChecked(const Row& row);
 
+    void ShowStale();
+
     QList<Row> m_rows;
     QList<QPointer<QFrame>> m_separators;
+    QDateTime m_readTime;
+    QString m_readFrom;
+    QString m_staleWhy;
+    bool m_stale = false;
+    QPointer<QLabel> m_staleNote;
 };

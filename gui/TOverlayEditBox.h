@@ -1,6 +1,9 @@
 #pragma once
 #include <QDialog>
 
+#include <functional>
+
+class QLabel;
 class QLineEdit;
 class QPushButton;
 
@@ -15,8 +18,16 @@ public:
     void SetText(const QString& text);
     QLineEdit* Edit() const { return m_edit; }
     QPushButton* AcceptButton() const { return m_accept; }
+    /// A typed text that `check` finds a problem with is refused: the box stays open and says why.
+    void SetCheck(std::function<QString(const QString&)> check) { m_check = std::move(check); }
+    QString ReasonText() const;
+
+public slots:
+    void accept() override;
 
 private:
     QLineEdit* m_edit;
     QPushButton* m_accept;
+    QLabel* m_reason;
+    std::function<QString(const QString&)> m_check;
 };

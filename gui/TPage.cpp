@@ -1,6 +1,12 @@
 #include "gui/TPage.h"
 
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QDateTime>
+#include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
+#include <QStyle>
 #include <QTimerEvent>
 
 #include "devices/TDeviceManager.h"
@@ -22,12 +28,53 @@ private:
     bool& m_flag;
     bool m_previous;
 };
+
+const QChar kEllipsis(0x2026);
+
+// why values are marked stale
+const char* const kOtherModule = "another module is selected";
+const char* const kDisconnected = "the module was disconnected";
+const char* const kReleased = "the port was handed over for a firmware update";
 }
+
+/// One user action while it runs.
+struct TPage::Action
+{
+    QPointer<QAbstractButton> button;
+    QString buttonText;     ///< the button's text before it said it was busy
+    QString busyText;
+    bool buttonEnabled = true;
+    QString what;
+    TCommandOutcome failure;
+    int commands = 0;
+    QString port;
+    bool waiting = false;   ///< a command is inside the module's wait (events are being handled)
+};
 
 TPage::TPage(const QString& name, QWidget* parent)
     : QWidget(parent)
     , m_name(name)
+    , m_resultLine(new QLabel(this))
 {
+    m_resultLine->setObjectName(QStringLiteral("ResultLine"));
+    m_resultLine->setWordWrap(true);
+    m_resultLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_resultLine->hide();   // shown where the page's layout puts it
+
+    TDeviceManager& devices = TDeviceManager::Instance();
+    connect(&devices, &TDeviceManager::EvDeviceSelectionChanged, this, [this](const QString& port) {
+        for (TGuiItemList* items : qAsConst(m_values))
+            if (items->ReadFrom() != port)
+                items->MarkStale(QString::fromLatin1(kOtherModule));
+    });
+    connect(&devices, &TDeviceManager::EvLocalDeviceRemoved, this,
+            [this](const QString& port) { MarkValuesStale(port, QString::fromLatin1(kDisconnected)); });
+    connect(&devices, &TDeviceManager::EvDeviceStateChanged, this, [this](const QString& port, TDeviceManager::DeviceState state) {
+        if (state == TDeviceManager::StateLost)
+            MarkValuesStale(port, QString::fromLatin1(kDisconnected));
+        else if (state == TDeviceManager::StateReleased)
+            MarkValuesStale(port, QString::fromLatin1(kReleased));
+    });
 }
 
 void TPage::StartRefreshTimer(int intervalMs)
@@ -66,6 +113,17 @@ QString TPage::CurrentDeviceName() const
     return device ? device->DisplayName() : QStringLiteral("n.a.");
 }
 
+QString TPage::BusyText(const QString& text)
+{
+    return text + QLatin1Char(' ') + kEllipsis;
+}
+
+bool TPage::RunGet()
+{
+    RefreshPage();
+    return true;
+}
+
 void TPage::RefreshSilent()
 {
     SilentScope silent(m_silent);
@@ -89,32 +147,166 @@ void TPage::ShowError(const QString& title, const QString& text)
     box->open();
 }
 
+bool TPage::RunAction(QAbstractButton* button, const QString& what, const std::function<void()>& action)
+{
+    if (m_action) {
+        const QString running = m_action->buttonText.isEmpty() ? m_action->what : QLatin1Char('"') + m_action->buttonText + QLatin1Char('"');
+        Refuse(TCommandOutcome::Refused(TCommandOutcome::Busy, QStringLiteral("%1 is still running").arg(running)));
+        return false;
+    }
+    Action state;
+    state.button = button;
+    state.what = what;
+    if (button) {
+        state.buttonText = button->text();
+        state.buttonEnabled = button->isEnabled();
+        state.busyText = BusyText(state.buttonText);
+        button->setText(state.busyText);
+        button->setEnabled(false);
+    }
+    m_action = &state;
+    action();
+    m_action = nullptr;
+
+    if (state.button) {
+        if (state.button->text() == state.busyText)   // unless the action gave the button a new text
+            state.button->setText(state.buttonText);
+        state.button->setEnabled(state.buttonEnabled);
+    }
+    unsetCursor();
+    if (state.failure.IsFailure())
+        ShowOutcome(state.failure);
+    else if (state.commands > 0)
+        ShowOutcome(TCommandOutcome::Success(what, QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))));
+    if (!state.port.isEmpty())
+        emit EvCommandRunning(state.port, false);
+    return !state.failure.IsFailure();
+}
+
+bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result)
+{
+    if (!m_action || m_action->waiting) {
+        // A command of its own: a direct call, or one that comes in while another waits (and is refused).
+        bool ok = false;
+        RunAction(nullptr, command, [&] { ok = RunCommand(command, parameters, result); });
+        return ok;
+    }
+    Action& action = *m_action;
+    TRadioController* device = GetSelectedDevice();
+    if (!device) {
+        Fail(TCommandOutcome::Refused(TCommandOutcome::NoDevice, QStringLiteral("no module selected")));
+        return false;
+    }
+    if (device->IsBusy()) {
+        Refuse(TCommandOutcome::Refused(TCommandOutcome::Busy, QStringLiteral("the module is busy with another request")));
+        return false;
+    }
+    m_lastPort = device->PortName();
+    if (action.commands++ == 0) {
+        action.port = m_lastPort;
+        setCursor(Qt::BusyCursor);
+        ShowOutcome(TCommandOutcome::Started(action.what));
+        emit EvCommandRunning(action.port, true);
+    }
+    QPointer<TRadioController> alive(device);
+    action.waiting = true;
+    const bool ok = device->ExecuteAny(command, parameters, result);
+    action.waiting = false;
+    if (ok) {
+        m_lastCommand = TCommandOutcome(TCommandOutcome::Ok, QString());
+        return true;
+    }
+    const TVeltoLRHCI* link = alive ? alive->Link() : nullptr;
+    const int timeoutMs = link ? link->ResponseTimeout() : TVeltoLRHCI::DefaultResponseTimeout();
+    const bool portLost = !alive || (link && link->PortLost());
+    Fail(TCommandOutcome::Failure(alive ? alive->LastError() : QString(), timeoutMs, portLost));
+    if (m_lastCommand.Type() == TCommandOutcome::Lost)
+        MarkValuesStale(m_lastPort, QString::fromLatin1(kDisconnected));
+    return false;
+}
+
 bool TPage::RunGetCommand(const QString& command, TGuiItemList& items)
 {
     TKeyValueList result;
-    if (!RunCommand(command, TKeyValueList(), result))
+    m_lastCommand = TCommandOutcome();
+    if (!RunCommand(command, TKeyValueList(), result)) {
+        // A read that reached the module and failed leaves the shown values in doubt; a refusal does not.
+        const TCommandOutcome::Kind kind = m_lastCommand.Type();
+        if (kind == TCommandOutcome::Busy || kind == TCommandOutcome::NoDevice || kind == TCommandOutcome::None)
+            return false;
+        const QString why = QStringLiteral("the last read failed (%1)").arg(m_lastCommand.Text());
+        items.MarkStale(why);
+        // No answer at all: whatever else was read from this module is in doubt as well.
+        if (m_lastCommand.LeavesValuesInDoubt())
+            MarkValuesStale(m_lastPort, why);
         return false;
+    }
     if (!result.isEmpty())
         items.SetItems(result);
+    items.MarkRead(m_lastPort, QDateTime::currentDateTime());
     return true;
 }
 
 bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
 {
+    QString problem;
+    QWidget* field = nullptr;
+    if (!items.Validate(&problem, &field)) {
+        Refuse(TCommandOutcome::Refused(TCommandOutcome::Invalid, problem));
+        if (field)
+            field->setFocus();
+        return false;
+    }
     TKeyValueList result;
     if (!RunCommand(command, items.ReadKeyValues(), result))
         return false;
+    // The rows the user filled in stay; only what the module answered is shown in their place.
     if (!result.isEmpty())
-        items.SetItems(result);
+        items.SetItems(result, false);
+    items.MarkRead(m_lastPort, QDateTime::currentDateTime());
     return true;
 }
 
-bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result)
+void TPage::Refuse(const TCommandOutcome& outcome)
 {
-    TRadioController* device = GetSelectedDevice();
-    if (!device)
-        return false;
-    return device->ExecuteAny(command, parameters, result);
+    TStatusLog::Instance().AddStatusMessage(m_name, QStringLiteral("warning - ") + outcome.Text().toLower().left(1) + outcome.Text().mid(1));
+    if (m_action && !m_action->waiting) {
+        Fail(outcome);
+        return;
+    }
+    m_lastCommand = outcome;
+    ShowOutcome(outcome);
+}
+
+void TPage::Fail(const TCommandOutcome& outcome)
+{
+    m_lastCommand = outcome;
+    if (m_action && !m_action->failure.IsFailure())
+        m_action->failure = outcome;
+}
+
+void TPage::ShowOutcome(const TCommandOutcome& outcome)
+{
+    m_outcome = outcome;
+    m_resultLine->setText(outcome.Text());
+    m_resultLine->setProperty("outcome", outcome.StyleClass());
+    m_resultLine->style()->unpolish(m_resultLine);
+    m_resultLine->style()->polish(m_resultLine);
+    QAccessibleEvent changed(m_resultLine, QAccessible::NameChanged);
+    QAccessible::updateAccessibility(&changed);
+}
+
+void TPage::WatchValues(TGuiItemList& items)
+{
+    if (!m_values.contains(&items))
+        m_values.append(&items);
+}
+
+void TPage::MarkValuesStale(const QString& port, const QString& why)
+{
+    for (TGuiItemList* items : qAsConst(m_values))
+        if (port.isEmpty() || items->ReadFrom() == port)
+            items->MarkStale(why);
 }
 
 void TPage::ReportMissing(const QString& statusText, const QString& title, const QString& text)

@@ -1,14 +1,24 @@
 #pragma once
+#include <QList>
 #include <QString>
 #include <QWidget>
 
-#include "base/TKeyValueList.h"
+#include <functional>
 
+#include "base/TKeyValueList.h"
+#include "gui/TCommandOutcome.h"
+
+class QAbstractButton;
+class QLabel;
 class TGuiItemList;
 class TRadioController;
 
 /// Base of every page in the page stack: its name for status lines, the silent flag held during an
 /// automatic refresh, its refresh timer, and the virtual operations the left panel and the main window call.
+///
+/// It also tells the user what its commands do, once for every page: an action (a button's work) runs
+/// alone, its button says it is busy, a result line says how it ended, and values read earlier are
+/// marked stale when they may no longer be true (another module selected, the module gone, a read failed).
 class TPage : public QWidget
 {
     Q_OBJECT
@@ -28,6 +38,20 @@ public:
     QString GetSelectedGateway();
     /// Display name of the selected device, "n.a." without one (asks silently).
     QString CurrentDeviceName() const;
+
+    /// The line that says how the page's last action ended (the page's layout places it).
+    QLabel* ResultLine() const { return m_resultLine; }
+    TCommandOutcome LastOutcome() const { return m_outcome; }
+    /// True while an action of this page runs (its commands may be waiting for the module).
+    bool IsCommandRunning() const { return m_action != nullptr; }
+    /// What a button says while its action runs: its text followed by " …".
+    static QString BusyText(const QString& text);
+    /// F5: runs the page's "Get"; a page without one refreshes itself. False when nothing ran.
+    virtual bool RunGet();
+
+signals:
+    /// An action of this page started talking to the module on `port` (true) or ended (false).
+    void EvCommandRunning(const QString& port, bool running);
 
 public slots:
     /// Called on each tick of the page's refresh timer.
@@ -55,17 +79,45 @@ protected:
     /// Shows an error box without blocking (the box deletes itself when closed).
     virtual void ShowError(const QString& title, const QString& text);
 
-    /// The "Get" flow: runs `command` on the selected device without parameters and fills `items` from a non-empty result.
+    /// Runs one user action (the work of `button`, described by `what`, e.g. "read the HCI configuration").
+    /// While another action of the page runs it is refused and nothing is sent. While it runs, `button`
+    /// is disabled and its text ends in "…". When it ends, the result line shows the first failure of
+    /// its commands, or "OK - " + `what` when they all succeeded; an action that sent no command leaves
+    /// the line alone. False when refused or a command failed.
+    bool RunAction(QAbstractButton* button, const QString& what, const std::function<void()>& action);
+    /// Follows these values for stale marking (the form page does this for each of its groups).
+    void WatchValues(TGuiItemList& items);
+    /// Marks every watched group that was read from `port` stale (all groups when `port` is empty).
+    void MarkValuesStale(const QString& port, const QString& why);
+
+    /// The "Get" flow: runs `command` without parameters; on success fills `items` (rows missing from
+    /// the result show "n.a.") and marks them read; when the module fails to answer, marks them stale.
     bool RunGetCommand(const QString& command, TGuiItemList& items);
-    /// The "Set" flow: runs `command` with the rows' ReadKeyValues() and fills `items` from a non-empty result.
+    /// The "Set" flow: refuses invalid input at its field (nothing is sent), else runs `command` with
+    /// the rows' ReadKeyValues(); on success fills the rows the result names and marks the group read.
     bool RunSetCommand(const QString& command, TGuiItemList& items);
-    /// Runs `command` on the selected device; false without a device (nothing sent) or when the command fails.
+    /// Runs `command` on the selected device as part of the running action (or as an action of its
+    /// own). Refused without a device or while the module waits for another request; false when
+    /// refused or when the command fails.
     bool RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result);
+    /// The port of the module the last command went to ("" before any).
+    QString LastCommandPort() const { return m_lastPort; }
+    /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.
+    void Refuse(const TCommandOutcome& outcome);
+    void ShowOutcome(const TCommandOutcome& outcome);
 
 private:
+    struct Action;
     void ReportMissing(const QString& statusText, const QString& title, const QString& text);
+    void Fail(const TCommandOutcome& outcome);
 
     QString m_name;
     bool m_silent = false;
     int m_refreshTimerId = 0;
+    QLabel* m_resultLine;
+    TCommandOutcome m_outcome;
+    Action* m_action = nullptr;
+    QString m_lastPort;
+    TCommandOutcome m_lastCommand;
+    QList<TGuiItemList*> m_values;
 };

@@ -98,6 +98,7 @@ void TSectionCtrl::BuildSection(const TSectionEntry& entry, QObject* creator)
     m_buttons->addButton(section.button, m_sections.size());
     section.list = new QListWidget(this);
     section.list->setObjectName(QStringLiteral("SectionCtrlPageList"));
+    section.list->setAccessibleName(section.title);
     section.list->hide();
 
     for (const TSectionPageEntry* page = entry.pages; page && !IsEnd(page->title); ++page) {

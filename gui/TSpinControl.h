@@ -5,7 +5,9 @@
 #include "gui/TOverlayEditBox.h"
 
 /// A push button that shows an integer; a click lays a TOverlayEditBox over it to type a new value,
-/// the wheel steps by one. Values are kept inside the range (a maximum below the minimum becomes the minimum).
+/// the wheel steps by one inside the range (a maximum below the minimum becomes the minimum). A typed
+/// value outside the range is refused in the box with the reason; a value set from a record is shown
+/// as it is, so that a value out of range is seen rather than silently changed.
 class TSpinControl : public QPushButton
 {
     Q_OBJECT
@@ -25,7 +27,7 @@ signals:
     void EvSpinControl_TextChanged(const QString text);
 
 public slots:
-    /// Takes the overlay's text (any integer notation); text that is no number leaves the value as it was.
+    /// Takes the overlay's text (any integer notation) once it is a number inside the range.
     void OnSpinOverlayOk();
 
 protected:
@@ -33,6 +35,8 @@ protected:
 
 private:
     void OpenOverlay();
+    /// Why a typed text is refused ("" when it is a number inside the range).
+    QString TypedProblem(const QString& text, int* value = nullptr) const;
 
     int m_minimum;
     int m_maximum;

@@ -42,14 +42,27 @@ QString TStatusLog::LogFileName(const QDateTime& when, const QString& suffix)
     return name + QStringLiteral(".log");
 }
 
+bool TStatusLog::IsSeparator(const QString& text)
+{
+    static const int kMinimumDashes = 3;
+    if (text.size() < kMinimumDashes)
+        return false;
+    for (const QChar c : text)
+        if (c != QLatin1Char('-'))
+            return false;
+    return true;
+}
+
 void TStatusLog::AddStatusLine(const QString& text)
 {
     const QString line = FormatLine(text, QDateTime::currentDateTime(), TSettings::Instance().IsoFormat());
-    if (m_lines >= kMaxLines) {
-        m_lines = 0;
-        emit EvCleared();
+    if (!IsSeparator(text)) {
+        if (m_lines >= kMaxLines) {
+            m_lines = 0;
+            emit EvCleared();
+        }
+        ++m_lines;
     }
-    ++m_lines;
     emit EvLine(line);
     if (m_file.isOpen()) {
         m_file.write(line.toUtf8());

@@ -23,6 +23,9 @@ public:
     static QString FormatDuration(qint64 seconds);
     /// A record as text: one line, or one "key: value" line per pair.
     static QString RecordText(const TKeyValueList& records, bool singleLine);
+    /// A text of dashes only: the mark the controllers put between commands. It goes to the log file
+    /// like any line but does not count as one (the window draws it as a rule, not as a line).
+    static bool IsSeparator(const QString& text);
     /// Proposed file names: "Velto_LoRaWAN_Tessera_ddMMyyyy_hhmmss[_suffix].log".
     static QString LogFileName(const QDateTime& when, const QString& suffix = QString());
 

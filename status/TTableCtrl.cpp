@@ -2,7 +2,6 @@
 
 #include <QAction>
 #include <QDateTime>
-#include <QFileDialog>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -15,6 +14,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include "status/TLogFileDialog.h"
 #include "status/TStatusLog.h"
 
 TTableCtrl::TTableCtrl(const QString& title, const QStringList& columns, QWidget* parent)
@@ -38,20 +38,30 @@ TTableCtrl::TTableCtrl(const QString& title, const QStringList& columns, QWidget
     m_view->horizontalHeader()->setStretchLastSection(true);
     layout->addWidget(m_view, 1);
 
+    m_view->setAccessibleName(title);
+
     auto* bottom = new QHBoxLayout;
-    bottom->addWidget(new QLabel(QStringLiteral("Search"), this));
+    auto* searchLabel = new QLabel(QStringLiteral("Search"), this);
     m_search = new QLineEdit(this);
+    searchLabel->setBuddy(m_search);
+    m_search->setAccessibleName(searchLabel->text());
+    bottom->addWidget(searchLabel);
     bottom->addWidget(m_search, 1);
     m_searchCounter = new QLabel(QStringLiteral("0 / 0"), this);
     bottom->addWidget(m_searchCounter);
     auto* previous = new QPushButton(QStringLiteral("<"), this);
+    previous->setToolTip(QStringLiteral("previous search result"));
+    previous->setAccessibleName(previous->toolTip());
     auto* next = new QPushButton(QStringLiteral(">"), this);
+    next->setToolTip(QStringLiteral("next search result"));
+    next->setAccessibleName(next->toolTip());
     bottom->addWidget(previous);
     bottom->addWidget(next);
     auto* logGroup = new QGroupBox(QStringLiteral("Log File"), this);
     auto* logLayout = new QHBoxLayout(logGroup);
     m_fileName = new QLineEdit(QStringLiteral("n.a."), logGroup);
     m_fileName->setReadOnly(true);
+    m_fileName->setAccessibleName(logGroup->title());
     m_logButton = new QPushButton(QStringLiteral("Open Log File"), logGroup);
     logLayout->addWidget(m_fileName, 1);
     logLayout->addWidget(m_logButton);
@@ -236,7 +246,7 @@ void TTableCtrl::OnLogButton()
         return;
     }
     const QString proposal = TTableLog::FileName(TStatusLog::LogDirectory(), m_title, QDateTime::currentDateTime());
-    const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Open Log File"), proposal, QStringLiteral("Log Files (*.log)"));
+    const QString path = TLogFileDialog::Ask(this, QStringLiteral("Open Log File"), proposal);
     if (path.isEmpty())
         return;
     if (m_log.Open(path)) {

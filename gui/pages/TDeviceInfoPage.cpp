@@ -1,5 +1,7 @@
 #include "gui/pages/TDeviceInfoPage.h"
 
+#include <QDateTime>
+
 #include "base/TSystemMemory.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
@@ -49,13 +51,10 @@ void TDeviceInfoPage::RefreshPage()
     memory.Append(QStringLiteral("FreeMem"), TSystemMemory::FreeMemItem().section(QStringLiteral(";Value:"), 1));
     Group(QStringLiteral("Studio"))->SetItems(memory);
     if (TRadioController* device = IsSilent() ? GetSelectedDevice() : nullptr) {
-        Group(QStringLiteral("Device"))->SetItems(device->DeviceInfo(), false);
-        Group(QStringLiteral("Firmware"))->SetItems(device->DeviceInfo(), false);
+        for (const char* name : {"Device", "Firmware"}) {
+            TGuiItemList* group = Group(QString::fromLatin1(name));
+            group->SetItems(device->DeviceInfo(), false);
+            group->MarkRead(device->PortName(), QDateTime::currentDateTime());
+        }
     }
-}
-
-void TDeviceInfoPage::ClearPage()
-{
-    for (const char* group : {"Device", "Firmware", "System Status"})
-        Group(QString::fromLatin1(group))->ClearItems();
 }

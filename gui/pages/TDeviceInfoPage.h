@@ -12,5 +12,4 @@ public:
 
 public slots:
     void RefreshPage() override;
-    void ClearPage() override;
 };

@@ -9,18 +9,23 @@
 
 #include "gui/TGuiItemList.h"
 
+namespace {
+const QString kGet = QStringLiteral("Get");
+}
+
 TFormPage::TFormPage(const QString& title, QWidget* parent)
     : TPage(title, parent)
 {
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
-    auto* scroll = new QScrollArea(this);
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    auto* content = new QWidget(scroll);
+    outer->setSpacing(0);
+    m_scroll = new QScrollArea(this);
+    m_scroll->setWidgetResizable(true);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    auto* content = new QWidget(m_scroll);
     content->setObjectName(QStringLiteral("PageArea"));
     m_body = new QVBoxLayout(content);
-    m_body->setContentsMargins(16, 12, 16, 12);
+    m_body->setContentsMargins(12, 10, 12, 10);
     auto* heading = new QLabel(title, content);
     heading->setObjectName(QStringLiteral("PageTitle"));
     QFont font = heading->font();
@@ -28,8 +33,12 @@ TFormPage::TFormPage(const QString& title, QWidget* parent)
     font.setBold(true);
     heading->setFont(font);
     m_body->addWidget(heading);
-    scroll->setWidget(content);
-    outer->addWidget(scroll);
+    m_scroll->setWidget(content);
+    outer->addWidget(m_scroll, 1);
+    // Below the scrolling part, so that the outcome is in view whatever was scrolled to.
+    ResultLine()->setContentsMargins(12, 4, 12, 4);
+    ResultLine()->show();
+    outer->addWidget(ResultLine());
 }
 
 TFormPage::~TFormPage() = default;
@@ -40,10 +49,16 @@ TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descr
     auto* layout = new QVBoxLayout(box);
     auto items = std::make_unique<TGuiItemList>();
     items->BuildItems(descriptors, layout, kLabelWidthPx, kEditorWidthPx);
+    auto* note = new QLabel(box);
+    note->setObjectName(QStringLiteral("StaleNote"));
+    note->setWordWrap(true);
+    layout->addWidget(note);
+    items->SetStaleNote(note);
     m_buttons = new QHBoxLayout;
-    m_buttons->addStretch(1);
     layout->addLayout(m_buttons);
+    m_buttons->addStretch(1);
     m_body->addWidget(box);
+    WatchValues(*items);
     m_groups.emplace_back(title, std::move(items));
     return *m_groups.back().second;
 }
@@ -52,13 +67,14 @@ QPushButton* TFormPage::AddButton(const QString& text, const QString& toolTip, s
 {
     if (!m_buttons) {
         m_buttons = new QHBoxLayout;
-        m_buttons->addStretch(1);
         m_body->addLayout(m_buttons);
+        m_buttons->addStretch(1);
     }
     auto* button = new QPushButton(text, m_body->parentWidget());
-    button->setToolTip(toolTip);
-    connect(button, &QPushButton::clicked, this, [action] { action(); });
-    m_buttons->addWidget(button);
+    button->setToolTip(text == kGet ? toolTip + QStringLiteral(" (F5)") : toolTip);
+    connect(button, &QPushButton::clicked, this, [this, button, toolTip, action] { RunAction(button, toolTip, action); });
+    // Buttons line up from the left, under the fields they act on, so a narrow page never hides them.
+    m_buttons->insertWidget(m_buttons->count() - 1, button);
     m_buttonList << button;
     return button;
 }
@@ -75,6 +91,21 @@ void TFormPage::Finish()
     m_body->addStretch(1);
 }
 
+bool TFormPage::RunGet()
+{
+    if (IsCommandRunning()) {
+        RunAction(nullptr, QString(), [] {});   // refused: says what is still running and sends nothing
+        return false;
+    }
+    QPushButton* get = Button(kGet);
+    if (!get)
+        return TPage::RunGet();
+    if (!get->isEnabled())
+        return false;
+    get->click();
+    return true;
+}
+
 TGuiItemList* TFormPage::Group(const QString& title) const
 {
     for (const auto& group : m_groups)
@@ -86,7 +117,7 @@ TGuiItemList* TFormPage::Group(const QString& title) const
 QPushButton* TFormPage::Button(const QString& text) const
 {
     for (QPushButton* button : m_buttonList)
-        if (button->text() == text)
+        if (button->text() == text || button->text() == BusyText(text))
             return button;
     return nullptr;
 }

@@ -10,11 +10,14 @@
 class QBoxLayout;
 class QHBoxLayout;
 class QPushButton;
+class QScrollArea;
 class QVBoxLayout;
 class TGuiItemList;
 
 /// A page made of titled groups of descriptor rows with buttons under each: the common shape of
-/// the device pages.
+/// the device pages. The groups scroll; the result line stays in view below them. Every button runs
+/// as one action of the page (busy while it runs, its outcome on the result line), and every group
+/// is followed for stale marking, with a note under it that says when its values were read.
 class TFormPage : public TPage
 {
     Q_OBJECT
@@ -22,23 +25,30 @@ public:
     explicit TFormPage(const QString& title, QWidget* parent = nullptr);
     ~TFormPage() override;
 
-    static constexpr int kLabelWidthPx = 180;
-    static constexpr int kEditorWidthPx = 260;
+    static constexpr int kLabelWidthPx = 160;
+    static constexpr int kEditorWidthPx = 200;
 
     /// The rows of the group with this title (null when there is none).
     TGuiItemList* Group(const QString& title) const;
-    /// The button with this text (null when there is none).
+    /// The button with this text, also while it says it is busy (null when there is none).
     QPushButton* Button(const QString& text) const;
+    QList<QPushButton*> Buttons() const { return m_buttonList; }
+    QScrollArea* ScrollArea() const { return m_scroll; }
+    /// Clicks "Get" when the page has one; otherwise refreshes the page.
+    bool RunGet() override;
 
 protected:
     QVBoxLayout* Body() const { return m_body; }
     /// A group box with one row per descriptor; buttons added afterwards go below it.
     TGuiItemList& AddGroup(const QString& title, const QStringList& descriptors);
+    /// A button whose `action` runs as one action of the page; `toolTip` says what it does, in words
+    /// that also make the result line ("OK - read the HCI configuration").
     QPushButton* AddButton(const QString& text, const QString& toolTip, std::function<void()> action);
     void AddNote(const QString& text);
     void Finish();
 
 private:
+    QScrollArea* m_scroll;
     QVBoxLayout* m_body;
     QHBoxLayout* m_buttons = nullptr;
     std::vector<std::pair<QString, std::unique_ptr<TGuiItemList>>> m_groups;

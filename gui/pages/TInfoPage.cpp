@@ -9,7 +9,8 @@
 namespace {
 QString Row(const char* name, const char* key)
 {
-    return QStringLiteral("GuiName:%1;GuiType:Label;Key:%2;Value:n.a.").arg(QLatin1String(name), QLatin1String(key));
+    // Read-only fields rather than labels: long paths scroll inside the field and can be copied.
+    return QStringLiteral("GuiName:%1;GuiType:LineEdit;Key:%2;Value:n.a.;GuiFlags:RO").arg(QLatin1String(name), QLatin1String(key));
 }
 }
 

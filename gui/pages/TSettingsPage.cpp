@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -34,6 +35,23 @@ QGroupBox* Box(const QString& title, QWidget* parent, QVBoxLayout*& layout)
     layout = new QVBoxLayout(box);
     return box;
 }
+
+/// A list of the group's entries, named after the group, and a field with its label to type a new one.
+QListWidget* EntryList(QGroupBox* box, QVBoxLayout* layout, QLineEdit* edit, const QString& label, QHBoxLayout*& row)
+{
+    auto* list = new QListWidget(box);
+    list->setAccessibleName(box->title());
+    list->setMaximumHeight(list->fontMetrics().height() * 6);
+    layout->addWidget(list);
+    row = new QHBoxLayout;
+    auto* caption = new QLabel(label, box);
+    caption->setBuddy(edit);
+    edit->setAccessibleName(QString(label).remove(QLatin1Char('&')).remove(QLatin1Char(':')));
+    row->addWidget(caption);
+    row->addWidget(edit, 1);
+    layout->addLayout(row);
+    return list;
+}
 }
 
 TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
@@ -44,23 +62,21 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
     for (int i = 0; i < rates.size(); ++i)
         rateItems << QStringLiteral("%1:%2 bps").arg(1 << i).arg(rates[i]);
     AddGroup(QStringLiteral("Discovery Baud Rates"),
-             {QStringLiteral("GuiName:Probe at;GuiType:CheckButtonBox;Key:DiscoveryRates;Value:0;GuiFlags:Horizontal;ValueList:") + rateItems.join(QLatin1Char(','))});
+             {QStringLiteral("GuiName:Probe at;GuiType:CheckButtonBox;Key:DiscoveryRates;Value:0;ValueList:") + rateItems.join(QLatin1Char(','))});
     AddButton(QStringLiteral("Apply Baud Rates"), QStringLiteral("use the checked rates for discovery"), [this] { ApplyDiscoveryRates(); });
 
     QWidget* area = Body()->parentWidget();
     QVBoxLayout* layout = nullptr;
-    Body()->addWidget(Box(QStringLiteral("VID/PID Patterns"), area, layout));
-    m_patterns = new QListWidget(area);
+    QGroupBox* box = Box(QStringLiteral("VID/PID Patterns"), area, layout);
+    Body()->addWidget(box);
     m_patternEdit = new QLineEdit(area);
     m_patternEdit->setPlaceholderText(QStringLiteral("e.g. VID_0403.PID_6015"));
-    layout->addWidget(m_patterns);
-    auto* patternRow = new QHBoxLayout;
-    patternRow->addWidget(m_patternEdit, 1);
+    QHBoxLayout* patternRow = nullptr;
+    m_patterns = EntryList(box, layout, m_patternEdit, QStringLiteral("Pattern:"), patternRow);
     auto* addPattern = new QPushButton(QStringLiteral("Add"), area);
     auto* removePattern = new QPushButton(QStringLiteral("Remove"), area);
     patternRow->addWidget(addPattern);
     patternRow->addWidget(removePattern);
-    layout->addLayout(patternRow);
     connect(addPattern, &QPushButton::clicked, this, [this] { AddPattern(m_patternEdit->text().trimmed()); });
     connect(removePattern, &QPushButton::clicked, this, [this] {
         if (QListWidgetItem* item = m_patterns->currentItem())
@@ -68,18 +84,16 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
         RefreshPage();
     });
 
-    Body()->addWidget(Box(QStringLiteral("Extra Ports"), area, layout));
-    m_extraPorts = new QListWidget(area);
+    box = Box(QStringLiteral("Extra Ports"), area, layout);
+    Body()->addWidget(box);
     m_portEdit = new QLineEdit(area);
     m_portEdit->setPlaceholderText(QStringLiteral("e.g. /dev/ttyACM0 or /dev/pts/7"));
-    layout->addWidget(m_extraPorts);
-    auto* portRow = new QHBoxLayout;
-    portRow->addWidget(m_portEdit, 1);
+    QHBoxLayout* portRow = nullptr;
+    m_extraPorts = EntryList(box, layout, m_portEdit, QStringLiteral("Port:"), portRow);
     auto* addPort = new QPushButton(QStringLiteral("Add"), area);
     auto* removePort = new QPushButton(QStringLiteral("Remove"), area);
     portRow->addWidget(addPort);
     portRow->addWidget(removePort);
-    layout->addLayout(portRow);
     connect(addPort, &QPushButton::clicked, this, [this] { AddExtraPort(m_portEdit->text().trimmed()); });
     connect(removePort, &QPushButton::clicked, this, [this] {
         if (QListWidgetItem* item = m_extraPorts->currentItem())
@@ -87,8 +101,11 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
         RefreshPage();
     });
 
-    Body()->addWidget(Box(QStringLiteral("Blocked Ports"), area, layout));
+    box = Box(QStringLiteral("Blocked Ports"), area, layout);
+    Body()->addWidget(box);
     m_blocked = new QListWidget(area);
+    m_blocked->setAccessibleName(box->title());
+    m_blocked->setMaximumHeight(m_blocked->fontMetrics().height() * 6);
     layout->addWidget(m_blocked);
     auto* discover = new QPushButton(QStringLiteral("Discover Devices"), area);
     discover->setToolTip(QStringLiteral("probe the blocked ports again"));

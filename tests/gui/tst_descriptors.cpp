@@ -5,16 +5,20 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSlider>
 #include <QSignalSpy>
 #include <QVBoxLayout>
 #include <QtTest>
 
 #include "TestEnvironment.h"
 #include "gui/TCheckButtonBox.h"
+#include "gui/TFieldCheck.h"
+#include "gui/TOverlayEditBox.h"
 #include "gui/TGuiItemList.h"
 #include "gui/TRadioButtonBox.h"
 #include "gui/TSlider.h"
 #include "gui/TSpinControl.h"
+#include "settings/TSettings.h"
 
 namespace {
 constexpr int kLabelWidth = 150;
@@ -96,7 +100,9 @@ private slots:
         Rows rows({descriptor});
         QCOMPARE(rows.items.Count(), 1);
         QCOMPARE(rows.items.ReadItems(), QStringList{QStringLiteral("Key:K;Value:") + value});
-        QCOMPARE(rows.items.Label(0)->width(), kLabelWidth);
+        QCOMPARE(rows.items.Label(0)->sizeHint().width(), kLabelWidth);
+        QCOMPARE(rows.items.Label(0)->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+        QCOMPARE(rows.items.Editor(0)->accessibleName(), QStringLiteral("X"));
     }
 
     void build_skipsMalformedAndUnknownWithoutStrayWidgets()
@@ -121,7 +127,8 @@ private slots:
         QVERIFY(qobject_cast<QLineEdit*>(rows.items.Editor(2))->isReadOnly());
         QCOMPARE(rows.items.ReadItems(), QStringList{QStringLiteral("Key:Port;Value:n.a.")});
         QVERIFY(!rows.items.FindItem(QStringLiteral("NoValue")));
-        QCOMPARE(rows.page.findChildren<QLabel*>().size(), 4);   // three row labels and the "Label" editor
+        // three row labels, the "Label" editor and the (hidden) reason beside the SpinBox
+        QCOMPARE(rows.page.findChildren<QLabel*>().size(), 5);
         QCOMPARE(QApplication::topLevelWidgets().size(), topLevelBefore + 1);   // only the page itself
     }
 
@@ -287,11 +294,184 @@ private slots:
         QCOMPARE(spin.text(), QStringLiteral("32"));
         QCOMPARE(changed.count(), 1);
         QCOMPARE(text.takeFirst().at(0).toString(), QStringLiteral("32"));
-        type(QStringLiteral("500"));
+        type(QStringLiteral("100"));
         QCOMPARE(spin.Value(), 100);
-        type(QStringLiteral("abc"));
+
+        // Out of range or no number: the box stays open, says why, and the value stays.
+        for (const auto& refused : {qMakePair(QStringLiteral("500"), QStringLiteral("500 is outside 0 to 100")),
+                                    qMakePair(QStringLiteral("abc"), QStringLiteral("not a number: enter 0 to 100"))}) {
+            spin.click();
+            TOverlayEditBox* box = spin.OverlayEditBox();
+            QVERIFY(box);
+            box->SetText(refused.first);
+            box->AcceptButton()->click();
+            QVERIFY(spin.OverlayEditBox());
+            QCOMPARE(box->ReasonText(), refused.second);
+            box->reject();
+            QTRY_VERIFY(!spin.OverlayEditBox());
+        }
         QCOMPARE(spin.Value(), 100);
         QCOMPARE(changed.count(), 2);
+
+        // A value from a record is shown as it is and its row says it is out of range.
+        Rows rows({QStringLiteral("GuiName:Count;GuiType:SpinBox;Key:Count;Value:1;MinValue:0;MaxValue:9")});
+        TKeyValueList record;
+        record.Append("Count", "12");
+        rows.items.SetItems(record);
+        QCOMPARE(rows.items.ReadItems(), QStringList{"Key:Count;Value:12"});
+        QString problem;
+        QVERIFY(!rows.items.Validate(&problem));
+        QCOMPARE(problem, QStringLiteral("Count - 12 is outside 0 to 9"));
+    }
+
+    void validation_refusedAtTheFieldWithItsReason_data()
+    {
+        QTest::addColumn<QString>("rule");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("problem");
+        const QString range = QStringLiteral("Value:n.a.;MinValue:0;MaxValue:255");
+        QTest::newRow("range in") << range << "255" << "";
+        QTest::newRow("range hex") << range << "0x1F" << "";
+        QTest::newRow("range above") << range << "300" << "300 is outside 0 to 255";
+        QTest::newRow("range below") << range << "-1" << "-1 is outside 0 to 255";
+        QTest::newRow("range no number") << range << "12a" << "not a number: enter 0 to 255";
+        QTest::newRow("range n.a.") << range << "n.a." << "enter a number from 0 to 255";
+        QTest::newRow("range signed") << "Value:0;MinValue:-128;MaxValue:0x7F" << "-128" << "";
+        QTest::newRow("hex exact") << "Value:n.a.;HexBytes:4" << "01 02 0A ff" << "";
+        QTest::newRow("hex prefixed") << "Value:n.a.;HexBytes:4" << "0x01 0x02 0x03 0x4" << "";
+        QTest::newRow("hex short") << "Value:n.a.;HexBytes:4" << "010203" << "4 hex bytes needed, 3 given";
+        QTest::newRow("hex digits") << "Value:n.a.;HexBytes:4" << "0G 11 22 33" << "not hex bytes: write them like 01 A2 FF";
+        QTest::newRow("hex odd") << "Value:n.a.;HexBytes:4" << "0102030" << "not hex bytes: write them like 01 A2 FF";
+        QTest::newRow("hex n.a.") << "Value:n.a.;HexBytes:16" << "n.a." << "enter 16 hex bytes";
+        QTest::newRow("hex range") << "Value:n.a.;HexBytes:0-2" << "01 02 03" << "0 to 2 hex bytes needed, 3 given";
+        QTest::newRow("time") << "Value:n.a.;Format:hh:mm:ss" << "23:59:59" << "";
+        QTest::newRow("time wrong") << "Value:n.a.;Format:hh:mm:ss" << "24:00:00" << "not in the form hh:mm:ss";
+        const QString dateTime = QStringLiteral("Value:n.a.;Format:yyyy-MM-dd hh:mm:ss|dd.MM.yyyy hh:mm:ss");
+        QTest::newRow("date local") << dateTime << "31.01.2024 12:00:00" << "";
+        QTest::newRow("date month 13") << dateTime << "2024-13-01 00:00:00"
+                                       << "not in the form yyyy-MM-dd hh:mm:ss or dd.MM.yyyy hh:mm:ss";
+        QTest::newRow("mask complete") << "Value:12:00:00;Mask:99:99:99" << "07:30:00" << "";
+        QTest::newRow("mask incomplete") << "Value:12:00:00;Mask:99:99:99" << "07:3" << "incomplete: fill in every position";
+        QTest::newRow("no rule") << "Value:n.a." << "anything" << "";
+    }
+    void validation_refusedAtTheFieldWithItsReason()
+    {
+        QFETCH(QString, rule);
+        QFETCH(QString, typed);
+        QFETCH(QString, problem);
+        Rows rows({QStringLiteral("GuiName:Field;GuiType:LineEdit;Key:F;") + rule});
+        auto* edit = qobject_cast<QLineEdit*>(rows.items.FindItem("F"));
+        QVERIFY(edit);
+        rows.page.show();
+        edit->setText(typed);
+        QString first;
+        QWidget* field = nullptr;
+        QCOMPARE(rows.items.Validate(&first, &field), problem.isEmpty());
+        QCOMPARE(first, problem.isEmpty() ? QString() : QStringLiteral("Field - ") + problem);
+        QCOMPARE(field, problem.isEmpty() ? nullptr : static_cast<QWidget*>(edit));
+        TFieldCheck* check = TFieldCheck::Of(edit);
+        QCOMPARE(check != nullptr, rule != QStringLiteral("Value:n.a."));
+        if (!check)
+            return;
+        QCOMPARE(check->ReasonLabel()->text(), problem);
+        QCOMPARE(check->ReasonLabel()->isVisible(), !problem.isEmpty());
+        QCOMPARE(edit->property("invalid").toBool(), !problem.isEmpty());
+        // The reason also follows typing, before anything is sent.
+        QTest::keyClick(edit, Qt::Key_End);
+        QTest::keyClicks(edit, QStringLiteral("9"));
+        QCOMPARE(check->ReasonLabel()->text(), check->Problem());
+    }
+
+    void comboIdList_filledAndReadByIdentifier()
+    {
+        Rows rows({QStringLiteral("GuiName:Baud Rate;GuiType:ComboBox;Key:Rate;Value:n.a.;GuiFlags:IdList;ValueList:0:9600 bps,4:115200 bps,6: 460800 bps"),
+                   QStringLiteral("GuiName:Band;GuiType:ComboBox;Key:Band;Value:n.a.;ValueList:EU868,US915")});
+        auto* rate = qobject_cast<QComboBox*>(rows.items.FindItem("Rate"));
+        QCOMPARE(rate->currentIndex(), -1);
+        QCOMPARE(rate->placeholderText(), QStringLiteral("n.a."));
+        QCOMPARE(rate->itemText(2), QStringLiteral("460800 bps"));
+        QCOMPARE(rows.items.ReadItems(), (QStringList{"Key:Rate;Value:n.a.", "Key:Band;Value:n.a."}));
+        QString problem;
+        QVERIFY(!rows.items.Validate(&problem));
+        QCOMPARE(problem, QStringLiteral("Baud Rate - choose a value"));
+
+        TKeyValueList record;
+        record.Append("Rate", "4");
+        record.Append("Band", "US915");
+        rows.items.SetItems(record);
+        QCOMPARE(rate->currentText(), QStringLiteral("115200 bps"));
+        QCOMPARE(rows.items.ReadItems(), (QStringList{"Key:Rate;Value:4", "Key:Band;Value:US915"}));
+        QVERIFY(rows.items.Validate());
+
+        record.clear();
+        record.Append("Rate", "9");
+        rows.items.SetItems(record);
+        QCOMPARE(rate->currentIndex(), -1);
+        QCOMPARE(rate->placeholderText(), QStringLiteral("unknown: 9"));
+        QCOMPARE(rows.items.ReadKeyValues().Value("Rate"), QStringLiteral("n.a."));
+    }
+
+    void rows_namedUnitsAndNeverCutOff()
+    {
+        const QString longName = QStringLiteral("Number of wake-up characters sent before each frame");
+        Rows rows({QStringLiteral("GuiName:") + longName + QStringLiteral(";GuiType:LineEdit;Key:W;Value:40;Unit:characters"),
+                   QStringLiteral("GuiName:Power;GuiType:TSlider;Key:P;Value:1;MinValue:0;MaxValue:9;Unit:dBm"),
+                   QStringLiteral("GuiName:Optional;GuiType:LineEdit;Key:O;Value:1;GuiFlags:Checkable")});
+        rows.page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&rows.page));
+        auto* label = qobject_cast<QLabel*>(rows.items.Label(0));
+        QCOMPARE(label->buddy(), rows.items.Editor(0));
+        QVERIFY2(label->width() >= label->sizeHint().width(), qPrintable(QString::number(label->width())));
+        QCOMPARE(rows.items.Editor(0)->accessibleName(), longName);
+        QCOMPARE(rows.items.Editor(0)->accessibleDescription(), QStringLiteral("characters"));
+        QLabel* unit = rows.page.findChild<QLabel*>(QStringLiteral("FieldUnit"));
+        QVERIFY(unit);
+        QCOMPARE(unit->text(), QStringLiteral("characters"));
+        auto* slider = qobject_cast<TSlider*>(rows.items.Editor(1));
+        QCOMPARE(slider->Slider()->accessibleName(), QStringLiteral("Power"));
+        QCOMPARE(qobject_cast<QLabel*>(rows.items.Label(1))->buddy(), slider->Slider());
+        QCOMPARE(rows.page.findChildren<QLabel*>(QStringLiteral("FieldUnit")).size(), 1);   // the slider shows its own unit
+        auto* optional = qobject_cast<QCheckBox*>(rows.items.Label(2));
+        QVERIFY(optional->width() >= optional->sizeHint().width());
+        QCOMPARE(rows.items.Editor(2)->accessibleName(), QStringLiteral("Optional"));
+    }
+
+    void stale_greyedWithTheTimeTheyWereRead()
+    {
+        Rows rows({QStringLiteral("GuiName:Name;GuiType:LineEdit;Key:Name;Value:n.a."),
+                   QStringLiteral("GuiName:Mode;GuiType:RadioButtonBox;Key:Mode;Value:0;ValueList:0:A,1:B")});
+        QLabel note;
+        rows.items.SetStaleNote(&note);
+        rows.items.MarkStale(QStringLiteral("never read"));   // nothing read yet: nothing to mark
+        QVERIFY(!rows.items.IsStale());
+        QVERIFY(note.isHidden());
+
+        TSettings::Instance().SetIsoFormat(true);
+        const QDateTime when(QDate(2031, 2, 3), QTime(4, 5, 6));
+        rows.items.MarkRead(QStringLiteral("/dev/ttyUSB0"), when);
+        rows.items.MarkStale(QStringLiteral("the module was disconnected"));
+        rows.items.MarkStale(QStringLiteral("another module is selected"));   // the first reason stays
+        const QString text = QStringLiteral("Read at 2031-02-03 04:05:06 from /dev/ttyUSB0 - out of date: the module was disconnected");
+        QVERIFY(rows.items.IsStale());
+        QCOMPARE(rows.items.StaleText(), text);
+        QCOMPARE(note.text(), text);
+        QVERIFY(!note.isHidden());
+        for (int row = 0; row < 2; ++row) {
+            QVERIFY(rows.items.Label(row)->property("stale").toBool());
+            QVERIFY(rows.items.Editor(row)->property("stale").toBool());
+            QCOMPARE(rows.items.Editor(row)->toolTip(), text);
+        }
+        auto* box = qobject_cast<TRadioButtonBox*>(rows.items.Editor(1));
+        QVERIFY(box->Button(1)->property("stale").toBool());   // the buttons inside grey as well
+
+        rows.items.MarkRead(QStringLiteral("/dev/ttyUSB0"), when.addSecs(60));
+        QVERIFY(!rows.items.IsStale());
+        QVERIFY(note.isHidden());
+        QVERIFY(!rows.items.Editor(0)->property("stale").toBool());
+        QVERIFY(!box->Button(1)->property("stale").toBool());
+        QCOMPARE(rows.items.Editor(0)->toolTip(), QString());
+        QCOMPARE(rows.items.ReadFrom(), QStringLiteral("/dev/ttyUSB0"));
+        QCOMPARE(rows.items.ReadTime(), when.addSecs(60));
     }
 };
 

@@ -1,5 +1,9 @@
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QRegularExpression>
+#include <QTimer>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
@@ -14,10 +18,14 @@
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
+#include "gui/TCommandOutcome.h"
+#include "gui/TFieldCheck.h"
 #include "gui/TGuiItemList.h"
 #include "gui/TPage.h"
 #include "gui/TRadioButtonBox.h"
 #include "gui/TSectionCtrl.h"
+#include "gui/pages/THCIConfigPage.h"
+#include "gui/pages/TRTCPage.h"
 #include "hci/TVeltoLRHCI.h"
 #include "settings/TSettings.h"
 #include "status/TStatusLog.h"
@@ -130,6 +138,16 @@ TRecordingPage* Recording(TPage* page)
     return static_cast<TRecordingPage*>(page);
 }
 
+QString Shown(TFormPage& page, const char* group, const char* key)
+{
+    QWidget* editor = page.Group(QString::fromLatin1(group))->FindItem(QString::fromLatin1(key));
+    if (auto* edit = qobject_cast<QLineEdit*>(editor))
+        return edit->text();
+    if (auto* combo = qobject_cast<QComboBox*>(editor))
+        return combo->currentText();
+    return QStringLiteral("<no row>");
+}
+
 void SetSwitches(bool dynamicFeatures, bool automaticRefresh)
 {
     TSettings::Instance().WriteBool("SectionControl", "DynamicFeatureControl", dynamicFeatures);
@@ -154,11 +172,14 @@ class TestPage : public QObject
         return m.SelectedDevice();
     }
 
+    enum Fault { NoAnswer, ModuleStatus, Vanished };
+
 private slots:
     void initTestCase()
     {
-        TVeltoLRHCI::SetDefaultResponseTimeout(200);
         TControllerPrototypes::RegisterAll();
+        // Only the virtual modules: a serial port of the machine would be probed and never answer.
+        m.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
     }
     void cleanup()
     {
@@ -259,6 +280,235 @@ private slots:
         QTest::qWait(50);
         QCOMPARE(m_sim->RequestsHandled(), requests);
         QCOMPARE(page.findChildren<QMessageBox*>().size(), 1);
+    }
+
+    void outcome_plainWordsForEachFailure_data()
+    {
+        QTest::addColumn<QString>("lastError");
+        QTest::addColumn<bool>("portLost");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("time-out") << "no response" << false << int(TCommandOutcome::Timeout) << "No answer from the module within 5 s";
+        QTest::newRow("port lost") << "error - the module was disconnected (port COM3 lost)" << false << int(TCommandOutcome::Lost)
+                                   << "The module was disconnected";
+        QTest::newRow("closed port") << "transmit error" << true << int(TCommandOutcome::Lost) << "The module was disconnected";
+        QTest::newRow("link busy") << "job busy -> message not sent!" << false << int(TCommandOutcome::Busy)
+                                   << "Not sent: the module is busy with another request";
+        QTest::newRow("transmit") << "transmit error" << false << int(TCommandOutcome::LocalError)
+                                  << "error - the request was not sent: transmit error";
+        QTest::newRow("module status") << "wrong device mode" << false << int(TCommandOutcome::ModuleError)
+                                       << "The module answered: wrong device mode";
+        QTest::newRow("unknown status") << "Unsupported ID(9)" << false << int(TCommandOutcome::ModuleError)
+                                        << "The module answered: Unsupported ID(9)";
+        QTest::newRow("studio") << "error - invalid value for NewAlarm: \"25:00:00\" (hh:mm:ss)" << false << int(TCommandOutcome::LocalError)
+                                << "error - invalid value for NewAlarm: \"25:00:00\" (hh:mm:ss)";
+    }
+    void outcome_plainWordsForEachFailure()
+    {
+        QFETCH(QString, lastError);
+        QFETCH(bool, portLost);
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        const TCommandOutcome outcome = TCommandOutcome::Failure(lastError, 5000, portLost);
+        QCOMPARE(int(outcome.Type()), kind);
+        QCOMPARE(outcome.Text(), text);
+        QVERIFY(outcome.IsFailure());
+        QCOMPARE(outcome.StyleClass(), QStringLiteral("error"));
+        QCOMPARE(outcome.LeavesValuesInDoubt(), kind == TCommandOutcome::Timeout || kind == TCommandOutcome::Lost);
+        QCOMPARE(TCommandOutcome::Failure(QStringLiteral("no response"), 250).Text(), QStringLiteral("No answer from the module within 0.25 s"));
+        QCOMPARE(TCommandOutcome::Success(QStringLiteral("read the clock"), QStringLiteral("12:00:03")).Text(),
+                 QStringLiteral("OK - read the clock (12:00:03)"));
+    }
+
+    void action_secondCommandWhileOneRunsSendsNothing()
+    {
+        TRadioController* device = Discover(QStringLiteral("Velto_LoRaWAN"));
+        QVERIFY(device);
+        THCIConfigPage page(QStringLiteral("Device HCI Settings"));
+        TRTCPage clock(QStringLiteral("Real Time Clock"));
+        QPushButton* get = page.Button(QStringLiteral("Get"));
+        const TVeltoLRHCI* link = device->Link();
+        struct {
+            bool seen = false;
+            quint32 frames = 0;
+            quint32 framesAfter = 0;
+            QString buttonText;
+            bool buttonEnabled = true;
+            QString running;
+            QString refused;
+            QString otherPage;
+            int warnings = 0;
+        } during;
+        QSignalSpy runs(&page, &TPage::EvCommandRunning);
+        connect(m_sim.get(), &TSimModule::RequestReceived, &page, [&] {
+            if (during.seen)
+                return;
+            during.seen = true;
+            during.frames = link->FramesSent();
+            during.buttonText = get->text();
+            during.buttonEnabled = get->isEnabled();
+            during.running = page.ResultLine()->text();
+            QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
+            get->click();                                     // disabled: nothing happens
+            page.Button(QStringLiteral("Set"))->click();      // refused by the page
+            QVERIFY(!page.RunGet());                          // F5: refused as well
+            during.refused = page.ResultLine()->text();
+            for (const QString& line : Texts(lines))
+                during.warnings += line == QStringLiteral("Device HCI Settings:warning - not sent: \"Get\" is still running");
+            clock.Button(QStringLiteral("Get"))->click();     // another page, same module: the module is busy
+            during.otherPage = clock.ResultLine()->text();
+            during.framesAfter = link->FramesSent();
+        });
+        const quint32 handled = m_sim->RequestsHandled();
+        get->click();
+
+        QVERIFY(during.seen);
+        QCOMPARE(during.buttonText, QStringLiteral("Get ") + QChar(0x2026));
+        QVERIFY(!during.buttonEnabled);
+        QCOMPARE(during.running, QStringLiteral("Running: read the HCI configuration ") + QChar(0x2026));
+        QCOMPARE(during.refused, QStringLiteral("Not sent: \"Get\" is still running"));
+        QCOMPARE(during.warnings, 2);
+        QCOMPARE(during.otherPage, QStringLiteral("Not sent: the module is busy with another request"));
+        QCOMPARE(during.framesAfter, during.frames);
+        QCOMPARE(link->FramesSent(), during.frames);
+        QCOMPARE(m_sim->RequestsHandled(), handled + 1);
+
+        QCOMPARE(get->text(), QStringLiteral("Get"));
+        QVERIFY(get->isEnabled());
+        QVERIFY2(QRegularExpression(QStringLiteral("^OK - read the HCI configuration \\(\\d\\d:\\d\\d:\\d\\d\\)$")).match(page.ResultLine()->text()).hasMatch(),
+                 qPrintable(page.ResultLine()->text()));
+        QCOMPARE(page.ResultLine()->property("outcome").toString(), QStringLiteral("ok"));
+        QCOMPARE(clock.ResultLine()->property("outcome").toString(), QStringLiteral("error"));
+        QCOMPARE(Shown(page, "HCI Configuration", "BaudrateID"), QStringLiteral("115200 bps"));
+        QCOMPARE(Shown(page, "HCI Configuration", "NumWakeupChars"), QStringLiteral("40"));
+        QCOMPARE(runs.count(), 2);
+        QCOMPARE(runs.at(0), (QVariantList{m_sim->PortName(), true}));
+        QCOMPARE(runs.at(1), (QVariantList{m_sim->PortName(), false}));
+    }
+
+    void failure_resultLineAndStaleValues_data()
+    {
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<QString>("why");
+        QTest::addColumn<bool>("othersInDoubt");
+        QTest::newRow("no answer") << int(NoAnswer) << "No answer from the module within 0.3 s"
+                                   << "the last read failed (No answer from the module within 0.3 s)" << true;
+        QTest::newRow("module status") << int(ModuleStatus) << "The module answered: wrong parameter"
+                                       << "the last read failed (The module answered: wrong parameter)" << false;
+        QTest::newRow("vanished") << int(Vanished) << "The module was disconnected" << "the module was disconnected" << true;
+    }
+    void failure_resultLineAndStaleValues()
+    {
+        QFETCH(int, fault);
+        QFETCH(QString, result);
+        QFETCH(QString, why);
+        QFETCH(bool, othersInDoubt);
+        TRadioController* device = Discover(QStringLiteral("Velto_LoRaWAN"));
+        QVERIFY(device);
+        const QString port = m_sim->PortName();
+        THCIConfigPage page(QStringLiteral("Device HCI Settings"));
+        TGuiItemList& hci = *page.Group(QStringLiteral("HCI Configuration"));
+        TGuiItemList& local = *page.Group(QStringLiteral("Local Baud Rate"));
+        page.Button(QStringLiteral("Get"))->click();
+        page.Button(QStringLiteral("Get Local"))->click();
+        QVERIFY(!hci.IsStale());
+        QCOMPARE(hci.ReadFrom(), port);
+        QCOMPARE(Shown(page, "HCI Configuration", "TxTimeout"), QStringLiteral("10"));
+
+        switch (fault) {
+        case NoAnswer:
+            device->Link()->SetResponseTimeout(300);   // this request is meant to go unanswered
+            m_sim->SetFault(TSimModule::FaultNoAnswer);
+            break;
+        case ModuleStatus:
+            m_sim->ForceStatus(0x01, 0x43, 0x03);   // GetHCIConfig: "wrong parameter"
+            break;
+        case Vanished:
+            m_sim->SetFault(TSimModule::FaultNoAnswer);
+            connect(m_sim.get(), &TSimModule::RequestReceived, m_sim.get(), [this] {
+                QTimer::singleShot(0, m_sim.get(), [this] { m_sim->Close(); });
+            });
+            break;
+        }
+        page.Button(QStringLiteral("Get"))->click();
+
+        QCOMPARE(page.ResultLine()->text(), result);
+        QCOMPARE(page.ResultLine()->property("outcome").toString(), QStringLiteral("error"));
+        QVERIFY(hci.IsStale());
+        QVERIFY2(hci.StaleText().startsWith(QStringLiteral("Read at ")), qPrintable(hci.StaleText()));
+        QVERIFY2(hci.StaleText().endsWith(QStringLiteral(" from ") + port + QStringLiteral(" - out of date: ") + why), qPrintable(hci.StaleText()));
+        QCOMPARE(Shown(page, "HCI Configuration", "TxTimeout"), QStringLiteral("10"));   // kept, greyed
+        QVERIFY(hci.FindItem(QStringLiteral("TxTimeout"))->property("stale").toBool());
+        QCOMPARE(local.IsStale(), othersInDoubt);
+    }
+
+    void stale_whenAnotherModuleIsSelectedOrItGoes()
+    {
+        TRadioController* first = Discover(QStringLiteral("Velto_LoRaWAN"));
+        QVERIFY(first);
+        TSimModule other;
+        QVERIFY(other.Open());
+        QVERIFY(m.AddExtraPort(other.PortName()));
+        m.DiscoveryTick();
+        QVERIFY(m.DeviceByPort(other.PortName()));
+        THCIConfigPage page(QStringLiteral("Device HCI Settings"));
+        TGuiItemList& hci = *page.Group(QStringLiteral("HCI Configuration"));
+        page.Button(QStringLiteral("Get"))->click();
+        QVERIFY(!hci.IsStale());
+
+        QVERIFY(m.SelectDevice(other.PortName()));
+        QVERIFY(hci.IsStale());
+        QVERIFY(hci.StaleText().endsWith(QStringLiteral(" - out of date: another module is selected")));
+        page.Button(QStringLiteral("Get"))->click();
+        QVERIFY(!hci.IsStale());
+        QCOMPARE(hci.ReadFrom(), other.PortName());
+        QVERIFY(m.SelectDevice(m_sim->PortName()));
+        QVERIFY(m.SelectDevice(other.PortName()));   // back on the module the values came from: still current
+        QVERIFY(hci.IsStale());                      // ... but they were marked when the other one was chosen
+
+        page.Button(QStringLiteral("Get"))->click();
+        m.RemoveDevice(m.DeviceByPort(other.PortName()), false);
+        QVERIFY(hci.IsStale());
+        QVERIFY(hci.StaleText().endsWith(QStringLiteral(" - out of date: the module was disconnected")));
+        m.RemoveExtraPort(other.PortName());
+    }
+
+    void invalidInput_refusedAtTheFieldAndNothingSent()
+    {
+        TRadioController* device = Discover(QStringLiteral("Velto_LoRaWAN"));
+        QVERIFY(device);
+        const TVeltoLRHCI* link = device->Link();
+        THCIConfigPage page(QStringLiteral("Device HCI Settings"));
+        page.show();
+        TGuiItemList& hci = *page.Group(QStringLiteral("HCI Configuration"));
+        quint32 frames = link->FramesSent();
+        page.Button(QStringLiteral("Set"))->click();   // nothing read yet: the rate shows "n.a."
+        QCOMPARE(page.ResultLine()->text(), QStringLiteral("Not sent: Baud Rate - choose a value"));
+        QCOMPARE(link->FramesSent(), frames);
+
+        page.Button(QStringLiteral("Get"))->click();
+        frames = link->FramesSent();
+        auto* wakeup = qobject_cast<QLineEdit*>(hci.FindItem(QStringLiteral("NumWakeupChars")));
+        wakeup->setText(QStringLiteral("70000"));
+        page.Button(QStringLiteral("Set"))->click();
+        QCOMPARE(page.ResultLine()->text(), QStringLiteral("Not sent: Wake-up Chars - 70000 is outside 0 to 65535"));
+        QCOMPARE(page.ResultLine()->property("outcome").toString(), QStringLiteral("error"));
+        QCOMPARE(link->FramesSent(), frames);
+        QCOMPARE(page.focusWidget(), static_cast<QWidget*>(wakeup));
+        QLabel* reason = TFieldCheck::Of(wakeup)->ReasonLabel();
+        QCOMPARE(reason->text(), QStringLiteral("70000 is outside 0 to 65535"));
+        QVERIFY(reason->isVisible());
+        QCOMPARE(Shown(page, "HCI Configuration", "NumWakeupChars"), QStringLiteral("70000"));   // never changed behind the user's back
+
+        wakeup->setText(QStringLiteral("2000"));
+        page.Button(QStringLiteral("Set"))->click();
+        QCOMPARE(link->FramesSent(), frames + 1);
+        QVERIFY(page.ResultLine()->text().startsWith(QStringLiteral("OK - write the HCI configuration (")));
+        QVERIFY(reason->isHidden());
+        wakeup->setText(QStringLiteral("1"));
+        page.Button(QStringLiteral("Get"))->click();
+        QCOMPARE(wakeup->text(), QStringLiteral("2000"));
     }
 
     void sectionCtrl_createsPagesByNameAndAnnouncesSelection()

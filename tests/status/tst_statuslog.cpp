@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "status/TStatusLevel.h"
 #include "status/TStatusLog.h"
 #include "status/TTableLog.h"
 
@@ -84,6 +85,64 @@ private slots:
         QVERIFY(log.OpenAutoLogFile(dir.path(), QStringLiteral("auto")));
         QVERIFY(log.LogFilePath().endsWith(QStringLiteral("_auto.log")));
         log.CloseLogFile();
+    }
+
+    void separator_writtenToTheFileButNotCounted()
+    {
+        QTemporaryDir dir;
+        TStatusLog& log = TStatusLog::Instance();
+        log.Clear();
+        const QString path = dir.filePath(QStringLiteral("status.log"));
+        QVERIFY(log.OpenLogFile(path));
+        log.AddStatusLine(QString(160, QLatin1Char('-')));
+        log.AddStatusLine(QStringLiteral("COM3:DeviceMgmt:Command:Get RTC"));
+        log.AddStatusLine(QStringLiteral("--"));   // too short to be the mark: a line like any other
+        QCOMPARE(log.LineCount(), 3);   // "log file opened", the command, "--"
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList content = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
+        QCOMPARE(content.size(), 5);
+        QVERIFY(content.at(1).endsWith(QLatin1Char(';') + QString(160, QLatin1Char('-'))));
+        log.CloseLogFile();
+        QVERIFY(TStatusLog::IsSeparator(QStringLiteral("---")));
+        QVERIFY(!TStatusLog::IsSeparator(QStringLiteral("--- x")));
+    }
+
+    void level_ofEachKindOfLine_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("level");
+        QTest::newRow("module error") << "COM3:RadioController:DeviceMgmt:Result: ERROR - wrong parameter" << int(TStatusLevel::Error);
+        QTest::newRow("studio error") << "Device Information:error - no local device selected" << int(TStatusLevel::Error);
+        QTest::newRow("config error") << "Error - couldn't load configuration file: x.json" << int(TStatusLevel::Error);
+        QTest::newRow("crc") << "COM3:VeltoLRHCI:CRC Error" << int(TStatusLevel::Error);
+        QTest::newRow("warning") << "Device HCI Settings:warning - not sent: Baud Rate - choose a value" << int(TStatusLevel::Warning);
+        QTest::newRow("command") << "COM3:RadioController:DeviceMgmt:Command:Get RTC" << int(TStatusLevel::Protocol);
+        QTest::newRow("result") << "COM3:RadioController:DeviceMgmt:Result: OK" << int(TStatusLevel::Protocol);
+        QTest::newRow("record") << "COM3:RadioController:DeviceMgmt:DeviceType: Velto LR USB Stick; DeviceID: 0042A1C7" << int(TStatusLevel::Protocol);
+        QTest::newRow("counter named error") << "COM3:DeviceMgmt:TxError: 0; RadioNumRxCRCErrors: 0" << int(TStatusLevel::Protocol);
+        QTest::newRow("raw") << "COM3:<<<C0 01 02>>>" << int(TStatusLevel::Protocol);
+        QTest::newRow("separator") << QString(160, QLatin1Char('-')) << int(TStatusLevel::Protocol);
+        QTest::newRow("found") << "DeviceMgmt:new radio detected on: COM3" << int(TStatusLevel::Info);
+        QTest::newRow("opened") << "COM3:VeltoLRHCI:ComPort COM3 opened with 115200 bps, 40 wakeup chars" << int(TStatusLevel::Info);
+        QTest::newRow("loaded") << "Configuration file: /x/DeviceConfig.json successfully loaded!" << int(TStatusLevel::Info);
+    }
+    void level_ofEachKindOfLine()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, level);
+        QCOMPARE(int(TStatusLevel::Of(text)), level);
+        QCOMPARE(int(TStatusLevel::Of(TStatusLog::FormatLine(text, QDateTime(QDate(2024, 1, 31), QTime(12, 0)), true))), level);
+    }
+
+    void port_mentionedAsAWholeName()
+    {
+        QVERIFY(TStatusLevel::MentionsPort(QStringLiteral("/dev/pts/1:DeviceMgmt:Result: OK"), QStringLiteral("/dev/pts/1")));
+        QVERIFY(!TStatusLevel::MentionsPort(QStringLiteral("/dev/pts/12:DeviceMgmt:Result: OK"), QStringLiteral("/dev/pts/1")));
+        QVERIFY(TStatusLevel::MentionsPort(QStringLiteral("x /dev/pts/12 and /dev/pts/1"), QStringLiteral("/dev/pts/1")));
+        QVERIFY(TStatusLevel::MentionsPort(QStringLiteral("radio disconnected on: COM3"), QStringLiteral("COM3")));
+        QVERIFY(!TStatusLevel::MentionsPort(QStringLiteral("radio disconnected on: COM31"), QStringLiteral("COM3")));
+        QVERIFY(!TStatusLevel::MentionsPort(QStringLiteral("anything"), QString()));
     }
 
     void tableLog_rows()

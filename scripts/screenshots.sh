@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# Writes the studio's pictures into docs/screenshots (1600x1000 in each theme, 1024x768), with a
+# virtual module, without a display.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j"$(nproc)" --target tessera-screenshots
+QT_QPA_PLATFORM=offscreen build/bin/tessera-screenshots docs/screenshots
