@@ -6,6 +6,7 @@
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QStyle>
 
 #include "gui/TCheckButtonBox.h"
@@ -365,7 +366,12 @@ void TGuiItemList::SetEditorValue(const Row& row, const QString& value)
     if (auto* label = qobject_cast<QLabel*>(editor))
         label->setText(value);
     else if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
-        edit->setText(FormatValue(value, row.flags, row.scaler));
+        QString text = FormatValue(value, row.flags, row.scaler);
+        // A mask of hex digits takes "0x1F2E3D4C" without its prefix, which it has no place for.
+        static const QRegularExpression prefixedHex(QStringLiteral("^0[xX][0-9A-Fa-f]+$"));
+        if (!edit->inputMask().isEmpty() && prefixedHex.match(text.trimmed()).hasMatch())
+            text = text.trimmed().mid(2);
+        edit->setText(text);
         edit->setCursorPosition(0);   // a value longer than the field shows its beginning
     }
     else if (auto* combo = qobject_cast<QComboBox*>(editor))

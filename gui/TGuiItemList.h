@@ -54,7 +54,7 @@ public:
     /// The keyed rows as (key, value) pairs.
     TKeyValueList ReadKeyValues() const;
     /// Puts every "LineEdit" row to "n.a." (a masked one to empty) with `clearFirst`, then fills every
-    /// keyed row found in `records`.
+    /// keyed row found in `records` (a masked one with a "0x" number without its prefix).
     void SetItems(const TKeyValueList& records, bool clearFirst = true);
     void ClearItems();
 

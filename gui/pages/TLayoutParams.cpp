@@ -1,6 +1,7 @@
 #include "gui/pages/TLayoutParams.h"
 
 #include <QRegularExpression>
+#include <QSet>
 
 #include "base/THexText.h"
 #include "gui/TGuiItemList.h"
@@ -8,13 +9,15 @@
 
 namespace TLayoutParams {
 
-QString Written(const QString& value, const char* type)
+QString Written(const QString& value, const char* type, bool hexDigits)
 {
     static const QRegularExpression hexType(QStringLiteral("^U(8|16|24|32)h$"));
     const QRegularExpressionMatch match = hexType.match(QLatin1String(type));
     const QString text = value.trimmed();
     if (!match.hasMatch() || text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
         return value;
+    if (hexDigits)
+        return QStringLiteral("0x") + QString(text).remove(QLatin1Char(' '));
     bool ok = false;
     const qint64 number = text.toLongLong(&ok, 10);
     if (!ok)
@@ -30,6 +33,7 @@ TKeyValueList FromRows(const TGuiItemList& rows, const TFieldLayoutEntry* layout
     const TKeyValueList all = rows.ReadKeyValues();
     const QStringList items = rows.ReadItems();
     TKeyValueList values;
+    QSet<QString> hexDigits;
     int row = 0;
     for (int i = 0; i < items.size() && row < all.size(); ++i) {
         if (items.at(i).startsWith(QLatin1String(";State:")))
@@ -38,6 +42,11 @@ TKeyValueList FromRows(const TGuiItemList& rows, const TFieldLayoutEntry* layout
         if (!unchecked)
             values.append(all.at(row));
         ++row;
+    }
+    for (int i = 0; i < rows.Count(); ++i) {
+        const QString mask = TGuiItemList::Field(rows.Descriptor(i), QStringLiteral("Mask:"));
+        if (mask.contains(QLatin1Char('H'), Qt::CaseInsensitive))
+            hexDigits.insert(TGuiItemList::Field(rows.Descriptor(i), QStringLiteral("Key:")));
     }
     TKeyValueList params;
     int optional = 0;
@@ -51,7 +60,7 @@ TKeyValueList FromRows(const TGuiItemList& rows, const TFieldLayoutEntry* layout
                 break;
             continue;   // set by the command itself (the MAC command's Service)
         }
-        params.Append(name, Written(values.Value(name), layout->type));
+        params.Append(name, Written(values.Value(name), layout->type, hexDigits.contains(name)));
     }
     return params;
 }

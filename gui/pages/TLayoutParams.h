@@ -12,12 +12,13 @@ class TGuiItemList;
 namespace TLayoutParams {
 
 /// Rows named like the layout's fields, in layout order. A row whose label is an unchecked check
-/// box ("Checkable") is not asked for. Optional fields end at the first one not given, or after
+/// box ("Checkable") is not asked for; a row masked with hex digits ("Mask:HHHHHHHH") holds hex. Optional fields end at the first one not given, or after
 /// `optionalFields` of them (-1: as many as there are).
 TKeyValueList FromRows(const TGuiItemList& rows, const TFieldLayoutEntry* layout, int optionalFields = -1);
 
 /// A value as a field of `type` takes it: hexadecimal types ("U8h", "U32h") read digits without a
-/// prefix as hexadecimal, so a number typed or chosen in decimal is written "0x0A" for them.
-QString Written(const QString& value, const char* type);
+/// prefix as hexadecimal, so a number typed or chosen in decimal is written "0x0A" for them, and
+/// digits typed into a mask of hex digits (`hexDigits`) get the "0x" they mean.
+QString Written(const QString& value, const char* type, bool hexDigits = false);
 
 }

@@ -92,8 +92,7 @@ QString TLoRaWANPage::OctetsRow(const QString& name, int octets)
 
 QString TLoRaWANPage::AddressRow(const QString& name)
 {
-    // "\0\x" are the literal "0x" in front of the digits.
-    return QStringLiteral("GuiName:%1;GuiType:LineEdit;Key:%1;Value:;Mask:\\0\\xHHHHHHHH").arg(name);
+    return QStringLiteral("GuiName:%1;GuiType:LineEdit;Key:%1;Value:;Mask:>HHHHHHHH").arg(name);
 }
 
 QString TLoRaWANPage::NumberRow(const QString& name, qint64 minimum, qint64 maximum, const QString& unit, const QString& flags)

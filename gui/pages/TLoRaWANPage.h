@@ -45,7 +45,7 @@ protected:
     // Row descriptors. The name is the field's name, so that a row reads like the command's parameter.
     /// `octets` octets as hex pairs in an input mask ("00 11 22 ..."), refused when not all are given.
     static QString OctetsRow(const QString& name, int octets);
-    /// A 32-bit device address as "0x" and 8 hex digits.
+    /// A 32-bit device address as 8 hex digits.
     static QString AddressRow(const QString& name);
     static QString NumberRow(const QString& name, qint64 minimum, qint64 maximum, const QString& unit = QString(),
                              const QString& flags = QString());

@@ -45,7 +45,7 @@ class TestNodeServicePage : public QObject, public LoRaWANPageFixture
     }
     void Activate()
     {
-        Type(Page(), kAbp, QStringLiteral("DeviceAddress"), QStringLiteral("26011F3A"));
+        Type(Page(), kAbp, QStringLiteral("DeviceAddress"), QStringLiteral("26011f3a"));
         Type(Page(), kAbp, QStringLiteral("NwkSessionKey"), kNwkKey);
         Type(Page(), kAbp, QStringLiteral("AppSessionKey"), kAppKey);
         Click(Page(), QStringLiteral("Activate Device"));
@@ -102,7 +102,7 @@ private slots:
         Click(Page(), QStringLiteral("Get Activation Parameters"));
         QCOMPARE(Requests(requests), QStringList{"03: "});
         QCOMPARE((QStringList{Shown(Page(), kAbp, "DeviceAddress"), Shown(Page(), kAbp, "NwkSessionKey"), Shown(Page(), kAbp, "AppSessionKey")}),
-                 (QStringList{"0x26011F3A", kSpacedNwkKey, kSpacedAppKey}));
+                 (QStringList{"26011F3A", kSpacedNwkKey, kSpacedAppKey}));
 
         requests.clear();
         Click(Page(), QStringLiteral("Deactivate"));
