@@ -77,6 +77,14 @@ void TLoRaWANPage::TryRefresh()
     RefreshAfterChange();
 }
 
+QStringList TLoRaWANPage::Texts(const char* const* items)
+{
+    QStringList texts;
+    for (; *items; ++items)
+        texts << QLatin1String(*items);
+    return texts;
+}
+
 std::function<TKeyValueList(const TGuiItemList&)> TLoRaWANPage::Fields(const TFieldLayoutEntry* layout, int optionalFields)
 {
     return [layout, optionalFields](const TGuiItemList& rows) { return TLayoutParams::FromRows(rows, layout, optionalFields); };

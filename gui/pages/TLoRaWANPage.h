@@ -39,6 +39,8 @@ protected:
     virtual void OnTxEvent(const TKeyValueList& record) { Q_UNUSED(record); }
     virtual void OnRxEvent(const TKeyValueList& record) { Q_UNUSED(record); }
 
+    /// A null-ended table of texts (columns, choices) as a list.
+    static QStringList Texts(const char* const* items);
     /// The request's parameters from the rows: the layout's fields only, numbers written for their type.
     static std::function<TKeyValueList(const TGuiItemList&)> Fields(const TFieldLayoutEntry* layout, int optionalFields = -1);
 

@@ -35,14 +35,6 @@ const char* const kHandlingModes[] = {
     nullptr,
 };
 
-QStringList Texts(const char* const* items)
-{
-    QStringList texts;
-    for (; *items; ++items)
-        texts << QLatin1String(*items);
-    return texts;
-}
-
 QStringList BandChoices()
 {
     QStringList choices;
@@ -406,31 +398,34 @@ bool TNodeConfigPage::ReadMulticastGroups()
     return true;
 }
 
-bool TNodeConfigPage::ReadPowerLimits()
+bool TNodeConfigPage::ReadTable(const QString& command, TGuiItemList& rows, QTableWidget* table, const QString& firstKey,
+                                const std::function<QStringList(const TKeyValueList&)>& cells)
 {
     TKeyValueList result;
-    if (!RunGetCommand(QStringLiteral("LoRaWAN/GetTxPowerLimitConfig"), *m_limitsRead, TKeyValueList(), &result))
+    if (!RunGetCommand(command, rows, TKeyValueList(), &result))
         return false;
-    m_powerLimits->setRowCount(0);
-    const QList<TKeyValueList> entries = Entries(result, QStringLiteral("SubBandIndex"));
+    table->setRowCount(0);
+    const QList<TKeyValueList> entries = Entries(result, firstKey);
     for (int row = 0; row < entries.size(); ++row)
-        SetRow(m_powerLimits, row, {entries.at(row).Value(QStringLiteral("SubBandIndex")), entries.at(row).Value(QStringLiteral("ActiveFlag")),
-                                    entries.at(row).Value(QStringLiteral("Limit"))});
+        SetRow(table, row, cells(entries.at(row)));
     return true;
+}
+
+bool TNodeConfigPage::ReadPowerLimits()
+{
+    return ReadTable(QStringLiteral("LoRaWAN/GetTxPowerLimitConfig"), *m_limitsRead, m_powerLimits, QStringLiteral("SubBandIndex"),
+                     [](const TKeyValueList& entry) {
+                         return QStringList{entry.Value(QStringLiteral("SubBandIndex")), entry.Value(QStringLiteral("ActiveFlag")),
+                                            entry.Value(QStringLiteral("Limit"))};
+                     });
 }
 
 bool TNodeConfigPage::ReadSupportedBands()
 {
-    TKeyValueList result;
-    if (!RunGetCommand(QStringLiteral("LoRaWAN/GetSupportedBands"), *m_bandsRead, TKeyValueList(), &result))
-        return false;
-    m_bands->setRowCount(0);
-    const QList<TKeyValueList> entries = Entries(result, QStringLiteral("BandIndex"));
-    for (int row = 0; row < entries.size(); ++row) {
-        const QString id = entries.at(row).Value(QStringLiteral("BandIndex"));
-        SetRow(m_bands, row, {id, TLoRaWANConfig::Instance().BandName(id.toInt()), entries.at(row).Value(QStringLiteral("MaxEIRP")) + QStringLiteral(" dBm")});
-    }
-    return true;
+    return ReadTable(QStringLiteral("LoRaWAN/GetSupportedBands"), *m_bandsRead, m_bands, QStringLiteral("BandIndex"), [](const TKeyValueList& entry) {
+        const QString id = entry.Value(QStringLiteral("BandIndex"));
+        return QStringList{id, TLoRaWANConfig::Instance().BandName(id.toInt()), entry.Value(QStringLiteral("MaxEIRP")) + QStringLiteral(" dBm")};
+    });
 }
 
 void TNodeConfigPage::ConfirmFactoryReset()

@@ -52,6 +52,9 @@ private:
     void ShowBand();
     int SubBandMaskFields() const;
     bool ReadNodeConfig();
+    /// Reads a list of entries (each starting with `firstKey`) into a table, one row per entry.
+    bool ReadTable(const QString& command, TGuiItemList& rows, QTableWidget* table, const QString& firstKey,
+                   const std::function<QStringList(const TKeyValueList&)>& cells);
     bool ReadPowerLimits();
     bool ReadSupportedBands();
     bool ReadMulticastGroup();

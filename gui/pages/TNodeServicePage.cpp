@@ -33,14 +33,6 @@ const char* const kRxColumns[] = {
     nullptr,
 };
 
-QStringList Columns(const char* const* names)
-{
-    QStringList columns;
-    for (; *names; ++names)
-        columns << QLatin1String(*names);
-    return columns;
-}
-
 // The receive events after which the module reports another network status.
 bool ChangesStatus(const QString& evType)
 {
@@ -50,13 +42,13 @@ bool ChangesStatus(const QString& evType)
 
 const QStringList& TNodeServicePage::TxColumns()
 {
-    static const QStringList columns = Columns(kTxColumns);
+    static const QStringList columns = Texts(kTxColumns);
     return columns;
 }
 
 const QStringList& TNodeServicePage::RxColumns()
 {
-    static const QStringList columns = Columns(kRxColumns);
+    static const QStringList columns = Texts(kRxColumns);
     return columns;
 }
 
