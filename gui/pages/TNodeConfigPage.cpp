@@ -143,11 +143,12 @@ TNodeConfigPage::TNodeConfigPage(const QString& title, QWidget* parent)
     : TLoRaWANPage(title, parent)
     , m_choices(TLoRaWANConfig::Instance().IsAvailable())
 {
-    const bool choices = m_choices;
     AddButton(QStringLiteral("Get"), QStringLiteral("read the LoRaWAN configuration"), [this] { ReadSections(QString()); });
-    if (!choices)
-        AddNote(QStringLiteral("warning - the band and region file could not be used (%1): bands, data rates, power levels and regions are entered as numbers.")
-                    .arg(TLoRaWANConfig::Instance().ErrorText()));
+    if (!m_choices) {
+        const TLoRaWANConfig& config = TLoRaWANConfig::Instance();
+        AddNote(QStringLiteral("warning - the band and region file %1 could not be used (%2): bands, data rates, power levels and "
+                               "regions are entered as numbers.").arg(config.Path(), config.ErrorText()));
+    }
 
     AddReadGroup(QStringLiteral("Device EUI"), {OctetsRow(QStringLiteral("DeviceEUI"), 8)}, QStringLiteral("Device EUI"),
                  QStringLiteral("DeviceEUI"), L::kDeviceEUI);

@@ -337,6 +337,12 @@ private slots:
             QVERIFY2(qobject_cast<QLineEdit*>(Group(Page(), kNode).FindItem(QLatin1String(key))), key);
         QVERIFY(qobject_cast<QLineEdit*>(Group(Page(), QStringLiteral("Region Configuration")).FindItem(QStringLiteral("RegionMask"))));
         QVERIFY(RowShown(kNode, QStringLiteral("SubBandMask3")));
+        QStringList notes;
+        for (QLabel* label : Page().findChildren<QLabel*>())
+            if (label->text().startsWith(QLatin1String("warning - ")))
+                notes << label->text();
+        QCOMPARE(notes, QStringList{QStringLiteral("warning - the band and region file %1 could not be used (JSON syntax error at line 3, "
+                                                   "column 1: object is missing after a comma): bands, data rates, power levels and regions are entered as numbers.").arg(broken)});
 
         QSignalSpy sent(m_sim.get(), &TSimModule::RequestReceived);
         Fill(kNode, QStringLiteral("BandID=2|DataRate=3|PowerLevel=20|Options=0x85|Retransmissions=1|HeaderMacCmdCap=0|SubBandMask1=2"));
