@@ -15,10 +15,10 @@
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
+#include "gui/TCheckButtonBox.h"
 #include "gui/TFieldCheck.h"
 #include "gui/TGuiItemList.h"
 #include "gui/pages/TFormPage.h"
-#include "hci/TVeltoLRHCI.h"
 #include "settings/TSettings.h"
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
@@ -58,11 +58,14 @@ protected:
 
     TSimLoRaWAN& SimLw() { return *dynamic_cast<TSimLoRaWAN*>(m_sim->Service(TSimLoRaWAN::kSapId)); }
     quint32 FramesSent() const { return m.SelectedDevice()->Link()->FramesSent(); }
-    /// A controller command as the CLI runs it (a change the page did not make).
-    bool Execute(const QString& command, const TKeyValueList& parameters = TKeyValueList())
+    /// A command as the CLI or another page runs it: a change the page did not make.
+    bool Execute(const QString& command, const QStringList& parameters)
     {
+        TKeyValueList params;
         TKeyValueList result;
-        return m.SelectedDevice()->ExecuteAny(command, parameters, result);
+        for (const QString& parameter : parameters)
+            params.Append(parameter.section(QLatin1Char('='), 0, 0), parameter.section(QLatin1Char('='), 1));
+        return m.SelectedDevice()->ExecuteAny(command, params, result);
     }
 
     /// Each LoRaWAN request the module received as "MsgID: payload" ("19: 05 0E 81").
@@ -76,44 +79,67 @@ protected:
         return requests;
     }
 
-    static TGuiItemList& Group(TFormPage& page, const QString& title)
+    /// The editor of the row with this key (or, for a row without one, this name).
+    static QWidget* Editor(TFormPage& page, const QString& group, const QString& key)
     {
-        TGuiItemList* group = page.Group(title);
-        if (!group)
-            qFatal("no group %s", qPrintable(title));
-        return *group;
+        TGuiItemList* rows = page.Group(group);
+        for (int i = 0; rows && i < rows->Count(); ++i)
+            if (TGuiItemList::Field(rows->Descriptor(i), QStringLiteral("Key:"), TGuiItemList::Field(rows->Descriptor(i), QStringLiteral("GuiName:"))) == key)
+                return rows->Editor(i);
+        return nullptr;
     }
-    static QLineEdit* Edit(TFormPage& page, const QString& group, const QString& key)
+    /// "Key=value|..." into a group as a user enters it: typed, chosen by identifier, ticked (1/0),
+    /// or, in a box of check buttons, the texts of those to tick joined by "+".
+    static void Fill(TFormPage& page, const QString& group, const QString& entries)
     {
-        return qobject_cast<QLineEdit*>(Group(page, group).FindItem(key));
+        for (const QString& entry : entries.split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+            const QString key = entry.section(QLatin1Char('='), 0, 0);
+            const QString value = entry.section(QLatin1Char('='), 1);
+            QWidget* editor = Editor(page, group, key);
+            if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
+                edit->selectAll();
+                edit->del();
+                QTest::keyClicks(edit, value);
+            } else if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+                combo->setCurrentIndex(combo->findData(value.toInt(nullptr, 0)));
+            } else if (auto* box = qobject_cast<QCheckBox*>(editor)) {
+                box->setChecked(value == QLatin1String("1"));
+            } else if (auto* buttons = qobject_cast<TCheckButtonBox*>(editor)) {
+                for (int i = 0; i < buttons->Count(); ++i)
+                    buttons->Button(i)->setChecked(value.split(QLatin1Char('+')).contains(buttons->Button(i)->text()));
+            } else {
+                QFAIL(qPrintable(QStringLiteral("no row %1 in %2").arg(key, group)));
+            }
+        }
     }
-    /// Types into a field as a user does (the field's rule shows its reason at once).
-    static void Type(TFormPage& page, const QString& group, const QString& key, const QString& text)
+    /// What the rows show, in the form Fill takes; `keys` as "A|B" or as Fill's entries ("A=1|B=2").
+    static QString Read(TFormPage& page, const QString& group, const QString& keys)
     {
-        QLineEdit* edit = Edit(page, group, key);
-        QVERIFY2(edit, qPrintable(key));
-        edit->selectAll();
-        edit->del();
-        QTest::keyClicks(edit, text);
+        QStringList shown;
+        for (const QString& entry : keys.split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+            const QString key = entry.section(QLatin1Char('='), 0, 0);
+            QWidget* editor = Editor(page, group, key);
+            QStringList value{QStringLiteral("<no row>")};
+            if (auto* edit = qobject_cast<QLineEdit*>(editor))
+                value = QStringList{edit->text()};
+            else if (auto* combo = qobject_cast<QComboBox*>(editor))
+                value = QStringList{combo->currentText()};
+            else if (auto* box = qobject_cast<QCheckBox*>(editor))
+                value = QStringList{QString::number(box->isChecked())};
+            else if (auto* buttons = qobject_cast<TCheckButtonBox*>(editor)) {
+                value.clear();
+                for (int i = 0; i < buttons->Count(); ++i)
+                    if (buttons->Button(i)->isChecked())
+                        value << buttons->Button(i)->text();
+            }
+            shown << key + QLatin1Char('=') + value.join(QLatin1Char('+'));
+        }
+        return shown.join(QLatin1Char('|'));
     }
-    static void Choose(TFormPage& page, const QString& group, const QString& key, int id)
-    {
-        auto* combo = qobject_cast<QComboBox*>(Group(page, group).FindItem(key));
-        QVERIFY2(combo && combo->findData(id) >= 0, qPrintable(key));
-        combo->setCurrentIndex(combo->findData(id));
-    }
-    static QString Shown(TFormPage& page, const QString& group, const QString& key)
-    {
-        QWidget* editor = Group(page, group).FindItem(key);
-        if (auto* edit = qobject_cast<QLineEdit*>(editor))
-            return edit->text();
-        if (auto* combo = qobject_cast<QComboBox*>(editor))
-            return combo->currentText();
-        return QStringLiteral("<no row %1>").arg(key);
-    }
+    /// The reason shown beside the field ("" when none shows).
     static QString Reason(TFormPage& page, const QString& group, const QString& key)
     {
-        TFieldCheck* check = TFieldCheck::Of(Group(page, group).FindItem(key));
+        TFieldCheck* check = TFieldCheck::Of(Editor(page, group, key));
         return check && check->ReasonLabel() && !check->ReasonLabel()->isHidden() ? check->ReasonLabel()->text() : QString();
     }
     static void Click(TFormPage& page, const QString& button)
