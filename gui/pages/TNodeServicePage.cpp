@@ -5,8 +5,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "devices/TDeviceManager.h"
-#include "devices/TRadioController.h"
 #include "gui/TFieldCheck.h"
 #include "gui/TGuiItemList.h"
 #include "sap/LoRaWANLayouts.h"
