@@ -91,6 +91,8 @@ QString TFieldCheck::RangeText() const
 
 QString TFieldCheck::TextProblem(const QString& text) const
 {
+    if (m_hexMinimum == 0 && text.trimmed().isEmpty() && !m_ranged && m_formats.isEmpty())
+        return QString();   // no bytes at all is a valid value here
     if (Absent(text)) {
         if (m_ranged)
             return QStringLiteral("enter a number from %1").arg(RangeText());
@@ -136,8 +138,10 @@ QString TFieldCheck::TextProblem(const QString& text) const
 QString TFieldCheck::Problem() const
 {
     if (auto* edit = qobject_cast<const QLineEdit*>(m_editor)) {
-        if (m_masked && !edit->hasAcceptableInput())
-            return QStringLiteral("incomplete: fill in every position");
+        if (m_masked && !edit->hasAcceptableInput()) {
+            const QString hexProblem = m_hexMinimum >= 0 ? TextProblem(edit->text()) : QString();
+            return hexProblem.isEmpty() ? QStringLiteral("incomplete: fill in every position") : hexProblem;
+        }
         return TextProblem(edit->text());
     }
     if (auto* combo = qobject_cast<const QComboBox*>(m_editor))
@@ -147,6 +151,13 @@ QString TFieldCheck::Problem() const
             return QStringLiteral("%1 is outside %2 to %3").arg(spin->Value()).arg(spin->Minimum()).arg(spin->Maximum());
     }
     return QString();
+}
+
+void TFieldCheck::SetHexBytes(int minimum, int maximum)
+{
+    m_hexMinimum = qMax(0, minimum);
+    m_hexMaximum = qMax(m_hexMinimum, maximum);
+    ShowUnlessEmpty();
 }
 
 QString TFieldCheck::Show()

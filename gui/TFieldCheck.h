@@ -13,7 +13,8 @@ class QWidget;
 /// filled), "MinValue:"/"MaxValue:" (a whole number, decimal or "0x" hexadecimal, in that range),
 /// "HexBytes:" ("16", or "0-51": that many bytes of hex digits, blanks allowed between them) and
 /// "Format:" (date/time formats separated by "|", e.g. "hh:mm:ss"). A "ComboBox" must have an item
-/// chosen, a "SpinBox" must hold a value inside its range.
+/// chosen, a "SpinBox" must hold a value inside its range. A masked field with a "HexBytes:" rule
+/// says how many bytes it holds rather than that it is incomplete; "HexBytes:0-n" takes an empty field.
 class TFieldCheck : public QObject
 {
     Q_OBJECT
@@ -26,6 +27,9 @@ public:
     QString Problem() const;
     /// Why `text` would be refused by the rules of a "LineEdit" other than its mask ("" when it is fine).
     QString TextProblem(const QString& text) const;
+    /// Changes the "HexBytes:" rule (a limit that depends on the module, e.g. the payload a data
+    /// rate carries); the field shows its problem under the new rule unless it is empty.
+    void SetHexBytes(int minimum, int maximum);
     /// Shows the current problem beside the field (or hides the label); returns it.
     QString Show();
     /// Show(), except that a field holding no value yet ("n.a.", empty, no item) stays quiet.

@@ -6,6 +6,7 @@
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
+#include <QRegularExpression>
 #include <QStyle>
 
 #include "gui/TCheckButtonBox.h"
@@ -130,7 +131,11 @@ int TGuiItemList::ToInt(const QString& text)
 {
     bool ok = false;
     const int value = text.trimmed().toInt(&ok, 0);
-    return ok ? value : 0;
+    if (ok)
+        return value;
+    // A 32-bit mask such as 0x80000001 keeps its bits (a check button box holds them in an int).
+    const uint bits = text.trimmed().toUInt(&ok, 0);
+    return ok ? int(bits) : 0;
 }
 
 int TGuiItemList::ToDecimal(const QString& text)
@@ -361,7 +366,12 @@ void TGuiItemList::SetEditorValue(const Row& row, const QString& value)
     if (auto* label = qobject_cast<QLabel*>(editor))
         label->setText(value);
     else if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
-        edit->setText(FormatValue(value, row.flags, row.scaler));
+        QString text = FormatValue(value, row.flags, row.scaler);
+        // A mask of hex digits takes "0x1F2E3D4C" without its prefix, which it has no place for.
+        static const QRegularExpression prefixedHex(QStringLiteral("^0[xX][0-9A-Fa-f]+$"));
+        if (!edit->inputMask().isEmpty() && prefixedHex.match(text.trimmed()).hasMatch())
+            text = text.trimmed().mid(2);
+        edit->setText(text);
         edit->setCursorPosition(0);   // a value longer than the field shows its beginning
     }
     else if (auto* combo = qobject_cast<QComboBox*>(editor))
@@ -433,8 +443,9 @@ void TGuiItemList::SetItems(const TKeyValueList& records, bool clearFirst)
 void TGuiItemList::ClearItems()
 {
     for (const Row& row : m_rows) {
+        // A masked field cannot hold "n.a."; it shows its empty mask instead.
         if (auto* edit = qobject_cast<QLineEdit*>(row.editor.data()))
-            edit->setText(kNotAvailable);
+            edit->setText(edit->inputMask().isEmpty() ? kNotAvailable : QString());
     }
 }
 
@@ -495,6 +506,12 @@ QString TGuiItemList::StaleText() const
     return QStringLiteral("Read at %1 from %2 - out of date: %3").arg(when, m_readFrom, m_staleWhy);
 }
 
+void TGuiItemList::FollowStale(QWidget* widget)
+{
+    m_followers.append(widget);
+    ShowStale();
+}
+
 void TGuiItemList::SetStaleNote(QLabel* note)
 {
     m_staleNote = note;
@@ -511,6 +528,11 @@ void TGuiItemList::ShowStale()
         SetStyleProperty(row.editor, "stale", m_stale);
         if (row.editor)
             row.editor->setToolTip(text);
+    }
+    for (const QPointer<QWidget>& widget : qAsConst(m_followers)) {
+        SetStyleProperty(widget, "stale", m_stale);
+        if (widget)
+            widget->setToolTip(text);
     }
     if (m_staleNote) {
         m_staleNote->setText(text);

@@ -36,6 +36,7 @@ public:
     static bool ReadField(const QString& descriptor, const QString& key, QString* value);
     static QString Field(const QString& descriptor, const QString& key, const QString& defaultValue = QString());
     /// Integer with automatic base ("0x" hexadecimal, leading "0" octal); 0 when it does not parse.
+    /// An unsigned 32-bit value above the int range keeps its bits (0xFFFFFFFF reads as -1).
     static int ToInt(const QString& text);
     /// Decimal integer; 0 when it does not parse.
     static int ToDecimal(const QString& text);
@@ -52,7 +53,8 @@ public:
     QStringList ReadItems() const;
     /// The keyed rows as (key, value) pairs.
     TKeyValueList ReadKeyValues() const;
-    /// Puts every "LineEdit" row to "n.a." (with `clearFirst`), then fills every keyed row found in `records`.
+    /// Puts every "LineEdit" row to "n.a." (a masked one to empty) with `clearFirst`, then fills every
+    /// keyed row found in `records` (a masked one with a "0x" number without its prefix).
     void SetItems(const TKeyValueList& records, bool clearFirst = true);
     void ClearItems();
 
@@ -72,6 +74,9 @@ public:
     QString StaleText() const;
     /// A label that shows StaleText() while the group is stale (hidden otherwise).
     void SetStaleNote(QLabel* note);
+    /// A widget that shows the group's values in another way (a table its reads fill) and is greyed
+    /// with the rows while they are stale.
+    void FollowStale(QWidget* widget);
 
     int Count() const { return m_rows.size(); }
     QString Descriptor(int index) const { return m_rows.value(index).descriptor; }
@@ -112,4 +117,5 @@ private:
     QString m_staleWhy;
     bool m_stale = false;
     QPointer<QLabel> m_staleNote;
+    QList<QPointer<QWidget>> m_followers;
 };

@@ -225,11 +225,11 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
     return false;
 }
 
-bool TPage::RunGetCommand(const QString& command, TGuiItemList& items)
+bool TPage::RunGetCommand(const QString& command, TGuiItemList& items, const TKeyValueList& parameters, TKeyValueList* answer)
 {
     TKeyValueList result;
     m_lastCommand = TCommandOutcome();
-    if (!RunCommand(command, TKeyValueList(), result)) {
+    if (!RunCommand(command, parameters, result)) {
         // A read that reached the module and failed leaves the shown values in doubt; a refusal does not.
         const TCommandOutcome::Kind kind = m_lastCommand.Type();
         if (kind == TCommandOutcome::Busy || kind == TCommandOutcome::NoDevice || kind == TCommandOutcome::None)
@@ -244,10 +244,18 @@ bool TPage::RunGetCommand(const QString& command, TGuiItemList& items)
     if (!result.isEmpty())
         items.SetItems(result);
     items.MarkRead(m_lastPort, QDateTime::currentDateTime());
+    if (answer)
+        *answer = result;
     return true;
 }
 
 bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
+{
+    return RunSetCommand(command, items, [](const TGuiItemList& rows) { return rows.ReadKeyValues(); });
+}
+
+bool TPage::RunSetCommand(const QString& command, TGuiItemList& items,
+                          const std::function<TKeyValueList(const TGuiItemList&)>& parameters)
 {
     QString problem;
     QWidget* field = nullptr;
@@ -258,7 +266,7 @@ bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
         return false;
     }
     TKeyValueList result;
-    if (!RunCommand(command, items.ReadKeyValues(), result))
+    if (!RunCommand(command, parameters(items), result))
         return false;
     // The rows the user filled in stay; only what the module answered is shown in their place.
     if (!result.isEmpty())

@@ -90,12 +90,19 @@ protected:
     /// Marks every watched group that was read from `port` stale (all groups when `port` is empty).
     void MarkValuesStale(const QString& port, const QString& why);
 
-    /// The "Get" flow: runs `command` without parameters; on success fills `items` (rows missing from
-    /// the result show "n.a.") and marks them read; when the module fails to answer, marks them stale.
-    bool RunGetCommand(const QString& command, TGuiItemList& items);
+    /// The "Get" flow: runs `command` (with `parameters`, e.g. which entry to read); on success fills
+    /// `items` (rows missing from the result show "n.a."), marks them read and hands the whole result
+    /// to `result` when given (for what rows cannot show, such as a table); when the read fails, marks
+    /// them stale.
+    bool RunGetCommand(const QString& command, TGuiItemList& items, const TKeyValueList& parameters = TKeyValueList(),
+                       TKeyValueList* result = nullptr);
     /// The "Set" flow: refuses invalid input at its field (nothing is sent), else runs `command` with
     /// the rows' ReadKeyValues(); on success fills the rows the result names and marks the group read.
     bool RunSetCommand(const QString& command, TGuiItemList& items);
+    /// The same with the parameters that `parameters` makes of the checked rows: for a command that
+    /// takes only some of the rows, or that reads a number in another way than it is typed.
+    bool RunSetCommand(const QString& command, TGuiItemList& items,
+                       const std::function<TKeyValueList(const TGuiItemList&)>& parameters);
     /// Runs `command` on the selected device as part of the running action (or as an action of its
     /// own). Refused without a device or while the module waits for another request; false when
     /// refused or when the command fails.

@@ -43,10 +43,12 @@ TFormPage::TFormPage(const QString& title, QWidget* parent)
 
 TFormPage::~TFormPage() = default;
 
-TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descriptors)
+TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descriptors, QWidget* above)
 {
     auto* box = new QGroupBox(title, m_body->parentWidget());
     auto* layout = new QVBoxLayout(box);
+    if (above)
+        layout->addWidget(above);
     auto items = std::make_unique<TGuiItemList>();
     items->BuildItems(descriptors, layout, kLabelWidthPx, kEditorWidthPx);
     auto* note = new QLabel(box);
@@ -54,6 +56,8 @@ TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descr
     note->setWordWrap(true);
     layout->addWidget(note);
     items->SetStaleNote(note);
+    if (above)
+        items->FollowStale(above);
     m_buttons = new QHBoxLayout;
     layout->addLayout(m_buttons);
     m_buttons->addStretch(1);

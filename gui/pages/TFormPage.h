@@ -39,8 +39,10 @@ public:
 
 protected:
     QVBoxLayout* Body() const { return m_body; }
-    /// A group box with one row per descriptor; buttons added afterwards go below it.
-    TGuiItemList& AddGroup(const QString& title, const QStringList& descriptors);
+    /// A group box with one row per descriptor; buttons added afterwards go below it. `above` (a
+    /// table the group's reads fill, say) is placed in the box above the rows and greyed with them
+    /// while they are stale.
+    TGuiItemList& AddGroup(const QString& title, const QStringList& descriptors, QWidget* above = nullptr);
     /// A button whose `action` runs as one action of the page; `toolTip` says what it does, in words
     /// that also make the result line ("OK - read the HCI configuration").
     QPushButton* AddButton(const QString& text, const QString& toolTip, std::function<void()> action);

@@ -1,10 +1,15 @@
 // tessera-screenshots: pictures of the studio for the README (each theme at 1600x1000, 1024x768
-// with a refused input and with a module that went away), taken with a virtual module on a pseudo-terminal. Usage: tessera-screenshots OUTPUT_DIRECTORY (run with QT_QPA_PLATFORM=offscreen).
+// with a refused input and with a module that went away, the two LoRaWAN pages of a joined node),
+// taken with a virtual module on a pseudo-terminal. Usage: tessera-screenshots OUTPUT_DIRECTORY
+// (run with QT_QPA_PLATFORM=offscreen).
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTimer>
 
 #include <memory>
@@ -14,9 +19,13 @@
 #include "devices/TDeviceManager.h"
 #include "gui/TGuiItemList.h"
 #include "gui/TSectionCtrl.h"
+#include "gui/TButtonBox.h"
 #include "gui/pages/TFormPage.h"
+#include "gui/pages/TNodeServicePage.h"
+#include "status/TTableCtrl.h"
 #include "settings/TSettings.h"
 #include "status/TStatusWindow.h"
+#include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 
 namespace {
@@ -49,6 +58,24 @@ void ForgetLayout()
 {
     for (const char* key : {"WindowGeometry", "WindowState", "SplitterState"})
         TSettings::Instance().WriteValue(QStringLiteral("GUI"), QString::fromLatin1(key), QString());
+}
+
+void Type(TFormPage* page, const char* group, const char* key, const QString& text)
+{
+    if (auto* edit = qobject_cast<QLineEdit*>(page->Group(QString::fromLatin1(group))->FindItem(QString::fromLatin1(key))))
+        edit->setText(text);
+}
+
+void Choose(TFormPage* page, const char* group, const char* key, int id)
+{
+    if (auto* combo = qobject_cast<QComboBox*>(page->Group(QString::fromLatin1(group))->FindItem(QString::fromLatin1(key))))
+        combo->setCurrentIndex(combo->findData(id));
+}
+
+void Click(TFormPage* page, const char* button)
+{
+    if (QPushButton* push = page->Button(QString::fromLatin1(button)))
+        push->click();
 }
 
 bool Save(TMainWindow& window, const QString& directory, const QString& name)
@@ -122,6 +149,48 @@ int main(int argc, char** argv)
         module.reset();   // unplugged
         ok = WaitFor([] { return TDeviceManager::Instance().SelectedDevice() == nullptr; }) && ok;
         ok = Save(window, out, QStringLiteral("studio-lost-1024x768.png")) && ok;
+        window.close();
+    }
+    // The LoRaWAN pages of a joined node: traffic both ways, then a filled configuration.
+    {
+        module = std::make_unique<TSimModule>();
+        if (!module->Open() || !module->CreateLink(port))
+            return 1;
+        auto* lorawan = dynamic_cast<TSimLoRaWAN*>(module->Service(TSimLoRaWAN::kSapId));
+        ForgetLayout();
+        TMainWindow window;
+        window.ApplyTheme(QStringLiteral("Manhattan"));
+        window.resize(1600, 1500);   // the services page from its status down to both tables
+        window.show();
+        ok = WaitFor([] { return TDeviceManager::Instance().SelectedDevice() != nullptr; }) && ok;
+        auto* services = qobject_cast<TNodeServicePage*>(Page(window, "LoRaWAN Services/LoRaWAN Services"));
+        Click(services, "Join Network");
+        ok = WaitFor([services] { return services->RxTable()->RowCount() >= 1 && !services->IsCommandRunning(); }) && ok;
+        Type(services, "Data", "LoRaPort", QStringLiteral("10"));
+        Type(services, "Data", "Payload", QStringLiteral("01 17 2A 00 5F"));
+        Click(services, "Send U-Data");
+        lorawan->QueueDownlink(10, QByteArray::fromHex("0A01"), false);
+        Click(services, "Send C-Data");
+        Click(services, "Send U-MAC Command");
+        lorawan->InjectMulticastData(0, 0x21, QByteArray::fromHex("CAFE"));
+        Click(services, "Get Network Status");
+        ok = WaitFor([services] { return services->RxTable()->RowCount() >= 5 && services->TxTable()->RowCount() >= 4; }) && ok;
+        ok = Save(window, out, QStringLiteral("lorawan-services.png")) && ok;
+
+        TFormPage* config = Page(window, "LoRaWAN Services/LoRaWAN Configuration");
+        Choose(config, "Node Configuration", "BandID", 2);
+        Choose(config, "Node Configuration", "DataRate", 3);
+        Choose(config, "Node Configuration", "PowerLevel", 20);
+        Type(config, "Node Configuration", "Retransmissions", QStringLiteral("3"));
+        Type(config, "Node Configuration", "HeaderMacCmdCap", QStringLiteral("5"));
+        if (auto* masks = qobject_cast<TButtonBox*>(config->Group(QStringLiteral("Node Configuration"))->FindItem(QStringLiteral("SubBandMask1"))))
+            masks->Button(1)->setChecked(true);
+        Click(config, "Set Node Config");
+        Type(config, "Join Parameters", "JoinEUI", QStringLiteral("70B3D57ED0000001"));
+        Type(config, "Join Parameters", "AppKey", QStringLiteral("2B7E151628AED2A6ABF7158809CF4F3C"));
+        Click(config, "Set Join Parameters");
+        Click(config, "Get");
+        ok = Save(window, out, QStringLiteral("lorawan-configuration.png")) && ok;
         window.close();
     }
     return ok ? 0 : 1;

@@ -344,6 +344,8 @@ private slots:
         QTest::newRow("hex odd") << "Value:n.a.;HexBytes:4" << "0102030" << "not hex bytes: write them like 01 A2 FF";
         QTest::newRow("hex n.a.") << "Value:n.a.;HexBytes:16" << "n.a." << "enter 16 hex bytes";
         QTest::newRow("hex range") << "Value:n.a.;HexBytes:0-2" << "01 02 03" << "0 to 2 hex bytes needed, 3 given";
+        QTest::newRow("hex none") << "Value:n.a.;HexBytes:0-2" << "" << "";
+        QTest::newRow("hex masked short") << "Value:;Mask:HH HH HH;HexBytes:3" << "0102" << "3 hex bytes needed, 2 given";
         QTest::newRow("time") << "Value:n.a.;Format:hh:mm:ss" << "23:59:59" << "";
         QTest::newRow("time wrong") << "Value:n.a.;Format:hh:mm:ss" << "24:00:00" << "not in the form hh:mm:ss";
         const QString dateTime = QStringLiteral("Value:n.a.;Format:yyyy-MM-dd hh:mm:ss|dd.MM.yyyy hh:mm:ss");
@@ -380,6 +382,37 @@ private slots:
         QTest::keyClick(edit, Qt::Key_End);
         QTest::keyClicks(edit, QStringLiteral("9"));
         QCOMPARE(check->ReasonLabel()->text(), check->Problem());
+    }
+
+    void maskedHexAndWideMasks_filledFromRecords()
+    {
+        Rows rows({QStringLiteral("GuiName:Address;GuiType:LineEdit;Key:A;Value:;Mask:>HHHHHHHH"),
+                   QStringLiteral("GuiName:Key;GuiType:LineEdit;Key:K;Value:;Mask:HH HH;HexBytes:2"),
+                   QStringLiteral("GuiName:Mask;GuiType:CheckButtonBox;Key:M;Value:0;ValueList:2:one,-2147483648:thirty-one")});
+        TKeyValueList record;
+        record.Append("A", "0x26011f3a");
+        record.Append("M", "0x80000002");
+        rows.items.SetItems(record);
+        QCOMPARE(rows.Text("A"), QStringLiteral("26011F3A"));
+        QCOMPARE(rows.Text("K"), QStringLiteral(" "));   // cleared to the empty mask, not "n.a."
+        QCOMPARE(rows.items.ReadKeyValues().Value("M"), QString::number(qint32(0x80000002u)));
+        QCOMPARE(TGuiItemList::ToInt("0xFFFFFFFF"), -1);
+        QCOMPARE(TGuiItemList::ToInt("0x100000000"), 0);
+
+        // A limit that depends on the module: the field is judged by the new one at once.
+        auto* key = qobject_cast<QLineEdit*>(rows.items.FindItem("K"));
+        key->setText(QStringLiteral("01 02"));
+        TFieldCheck::Of(key)->SetHexBytes(0, 1);
+        QCOMPARE(TFieldCheck::Of(key)->ReasonLabel()->text(), QStringLiteral("0 to 1 hex bytes needed, 2 given"));
+
+        // A table beside the rows is greyed with them.
+        QWidget table;
+        rows.items.FollowStale(&table);
+        rows.items.MarkRead(QStringLiteral("/dev/ttyUSB0"), QDateTime::currentDateTime());
+        QCOMPARE(table.property("stale").toBool(), false);
+        rows.items.MarkStale(QStringLiteral("another module is selected"));
+        QCOMPARE(table.property("stale").toBool(), true);
+        QVERIFY(table.toolTip().endsWith(QLatin1String("out of date: another module is selected")));
     }
 
     void comboIdList_filledAndReadByIdentifier()
