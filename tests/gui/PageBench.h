@@ -1,8 +1,12 @@
 #pragma once
 // What the page tests share: virtual modules found by the device manager through named links,
-// answers to the questions a page asks, rows filled as the user would, and the test main.
+// answers to the questions a page asks, rows filled as the user would (combo boxes by identifier,
+// check boxes by 0/1), and the test main.
 #include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QElapsedTimer>
+#include <QGroupBox>
 #include <QLabel>
 #include <QMessageBox>
 #include <QTemporaryDir>
@@ -18,6 +22,7 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
+#include "gui/pages/TFormPage.h"
 #include "hci/TVeltoLRHCI.h"
 #include "tools/sim/TSimModule.h"
 
@@ -68,15 +73,6 @@ public:
         m_sims.clear();
     }
 
-    /// Fills rows as the user would choose them (combo boxes by identifier, check boxes by 0/1).
-    static void Enter(TGuiItemList& group, std::initializer_list<std::pair<const char*, const char*>> values)
-    {
-        TKeyValueList record;
-        for (const auto& value : values)
-            record.Append(QString::fromLatin1(value.first), QString::fromLatin1(value.second));
-        group.SetItems(record, false);
-    }
-
     /// Runs `work` with the next modal dialog of type `Dialog` once it shows (given up after 10 s).
     template <class Dialog>
     static void WhenShown(std::function<void(Dialog*)> work)
@@ -95,6 +91,70 @@ public:
                 work(dialog);
         });
         poll->start(5);
+    }
+
+    /// Fills "Key=Value" entries into whichever group of the page has the key.
+    static void Enter(TFormPage& page, const QStringList& entries)
+    {
+        for (QGroupBox* box : page.findChildren<QGroupBox*>()) {
+            TGuiItemList* group = page.Group(box->title());
+            for (const QString& entry : entries) {
+                const QString key = entry.section(QLatin1Char('='), 0, 0);
+                if (group && group->FindItem(key)) {
+                    TKeyValueList record;
+                    record.Append(key, entry.section(QLatin1Char('='), 1));
+                    group->SetItems(record, false);
+                }
+            }
+        }
+    }
+
+    /// A text command straight to the controller, as tessera-cli exec sends it.
+    static bool Exec(TRadioController& device, const QString& command, std::initializer_list<std::pair<const char*, const char*>> params,
+                     TKeyValueList* result = nullptr)
+    {
+        TKeyValueList list;
+        for (const auto& p : params)
+            list.Append(QString::fromLatin1(p.first), QString::fromLatin1(p.second));
+        TKeyValueList unused;
+        return device.ExecuteAny(command, list, result ? *result : unused);
+    }
+
+    /// What the row of `key` shows, in whichever group of the page has it ("<no row>" when none does).
+    static QString Shown(TFormPage& page, const QString& key)
+    {
+        for (QGroupBox* box : page.findChildren<QGroupBox*>()) {
+            TGuiItemList* group = page.Group(box->title());
+            QWidget* editor = group ? group->FindItem(key) : nullptr;
+            if (auto* edit = qobject_cast<QLineEdit*>(editor))
+                return edit->text();
+            if (auto* combo = qobject_cast<QComboBox*>(editor))
+                return combo->currentText();
+        }
+        return QStringLiteral("<no row>");
+    }
+
+    /// The parameters of the first command among the controller's messages (a spy on EvShowMessage),
+    /// as the status window shows them ("Key: Value; ..."); "" for a command without any.
+    static QString Parameters(const QSignalSpy& shown)
+    {
+        for (int i = 0; i + 1 < shown.size(); ++i) {
+            if (!shown.at(i).at(1).toString().startsWith(QLatin1String("Command:")))
+                continue;
+            const QString next = shown.at(i + 1).at(1).toString();
+            return next.startsWith(QLatin1String("Result")) ? QString() : next;
+        }
+        return QStringLiteral("<no command>");
+    }
+
+    /// The messages of the service `sapId` among those the module received.
+    static QList<quint8> MessageIds(const QSignalSpy& requests, quint8 sapId)
+    {
+        QList<quint8> ids;
+        for (const QList<QVariant>& request : requests)
+            if (request.at(0).value<quint8>() == sapId)
+                ids << request.at(1).value<quint8>();
+        return ids;
     }
 
     /// Answers the next question box with `answer`.

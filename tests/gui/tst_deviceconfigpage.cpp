@@ -17,21 +17,6 @@
 #include "gui/pages/TDeviceConfigPage.h"
 
 namespace {
-const char* const kGroups[] = {"Device Configuration", "Radio Stack", "Operation Mode"};
-
-/// Fills the row of `key` in whichever group of the page has it.
-void Enter(TDeviceConfigPage& page, const QString& key, const QString& value)
-{
-    for (const char* title : kGroups) {
-        TGuiItemList* group = page.Group(QString::fromLatin1(title));
-        if (group->FindItem(key)) {
-            TKeyValueList record;
-            record.Append(key, value);
-            group->SetItems(record, false);
-        }
-    }
-}
-
 QString Text(TDeviceConfigPage& page, int row)
 {
     return qobject_cast<QLineEdit*>(page.Group(QStringLiteral("Device Configuration"))->Editor(row))->text();
@@ -47,23 +32,9 @@ int ExtraOptions(TDeviceConfigPage& page)
     return qobject_cast<TCheckButtonBox*>(page.Group(QStringLiteral("Device Configuration"))->FindItem(QStringLiteral("ExtraOptions")))->Value();
 }
 
-bool Exec(TRadioController& device, const QString& command, std::initializer_list<std::pair<const char*, const char*>> params)
-{
-    TKeyValueList list;
-    for (const auto& p : params)
-        list.Append(QString::fromLatin1(p.first), QString::fromLatin1(p.second));
-    TKeyValueList unused;
-    return device.ExecuteAny(command, list, unused);
-}
-
-/// The device management requests among those the module received.
 QList<quint8> MessageIds(const QSignalSpy& requests)
 {
-    QList<quint8> ids;
-    for (const QList<QVariant>& request : requests)
-        if (request.at(0).value<quint8>() == 0x01)
-            ids << request.at(1).value<quint8>();
-    return ids;
+    return TPageBench::MessageIds(requests, 0x01);
 }
 }
 
@@ -85,19 +56,20 @@ private slots:
         QTest::addColumn<quint8>("msgId");
         QTest::addColumn<QByteArray>("payload");
         QTest::addColumn<QString>("result");
-        QTest::newRow("get configuration") << "Get" << QStringList() << quint8(0x27) << QByteArray() << "OK - read the device configuration (";
+        QTest::addColumn<QString>("parameters");
+        QTest::newRow("get configuration") << "Get" << QStringList() << quint8(0x27) << QByteArray() << "OK - read the device configuration (" << "";
         QTest::newRow("set configuration") << "Set" << QStringList{"PowerSaving=1", "ExtraOptions=5"} << quint8(0x25)
-                                           << TPageBench::Bytes("00 01 00 05") << "OK - write the device configuration (";
+                                           << TPageBench::Bytes("00 01 00 05") << "OK - write the device configuration (" << "Reserved: 0; PowerSaving: 1; Reserved: 0; ExtraOptions: 5";
         QTest::newRow("restore factory settings") << "Restore Factory Settings" << QStringList() << quint8(0x29) << QByteArray()
-                                                  << "OK - restore the factory settings (";
-        QTest::newRow("get radio stack") << "Get Radio Stack" << QStringList() << quint8(0x3B) << QByteArray() << "OK - read the radio stack (";
+                                                  << "OK - restore the factory settings (" << "";
+        QTest::newRow("get radio stack") << "Get Radio Stack" << QStringList() << quint8(0x3B) << QByteArray() << "OK - read the radio stack (" << "";
         QTest::newRow("set radio stack") << "Set Radio Stack" << QStringList{"RadioStack=1"} << quint8(0x39) << TPageBench::Bytes("01")
-                                         << "OK - choose the radio stack (";
+                                         << "OK - choose the radio stack (" << "RadioStack: 1";
         QTest::newRow("get operation mode") << "Get Operation Mode" << QStringList() << quint8(0x0B) << QByteArray()
-                                            << "OK - read the operation mode (";
+                                            << "OK - read the operation mode (" << "";
         QTest::newRow("set operation mode") << "Set Operation Mode" << QStringList{"OperationMode=1"} << quint8(0x09)
-                                            << TPageBench::Bytes("01") << "OK - set the operation mode (";
-        QTest::newRow("reset device") << "Reset Device" << QStringList() << quint8(0x07) << QByteArray() << "The module restarted (";
+                                            << TPageBench::Bytes("01") << "OK - set the operation mode (" << "OperationMode: 1";
+        QTest::newRow("reset device") << "Reset Device" << QStringList() << quint8(0x07) << QByteArray() << "The module restarted (" << "";
     }
     void actions_sendExactRequests()
     {
@@ -106,11 +78,13 @@ private slots:
         QFETCH(quint8, msgId);
         QFETCH(QByteArray, payload);
         QFETCH(QString, result);
-        QVERIFY(m_bench.Attach(QStringLiteral("dual"), QStringLiteral("Caravel_LoRaWAN")));
+        QFETCH(QString, parameters);
+        TRadioController* device = m_bench.Attach(QStringLiteral("dual"), QStringLiteral("Caravel_LoRaWAN"));
+        QVERIFY(device);
         TDeviceConfigPage page(QStringLiteral("Device Configuration"));
-        for (const QString& entry : entries)
-            Enter(page, entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
+        TPageBench::Enter(page, entries);
         QSignalSpy requests(&m_bench.Sim(), &TSimModule::RequestReceived);
+        QSignalSpy shown(device, &TRadioController::EvShowMessage);
         if (button == QLatin1String("Restore Factory Settings"))
             TPageBench::AnswerNextQuestion(QMessageBox::Yes);
         page.Button(button)->click();
@@ -119,6 +93,8 @@ private slots:
         QCOMPARE(requests.first().at(1).value<quint8>(), msgId);
         QCOMPARE(requests.first().at(2).toByteArray(), payload);
         QVERIFY2(page.ResultLine()->text().startsWith(result), qPrintable(page.ResultLine()->text()));
+        // Exactly the command's parameters: no row that only shows something goes along.
+        QCOMPARE(TPageBench::Parameters(shown), parameters);
         QCOMPARE(page.LastOutcome().Type(), TCommandOutcome::Ok);
     }
 
@@ -127,7 +103,7 @@ private slots:
         TRadioController* device = m_bench.Attach(QStringLiteral("module"));
         QVERIFY(device);
         // The module holds reserved bytes of its own.
-        QVERIFY(Exec(*device, QStringLiteral("DeviceMgmt/SendTestCommand"), {{"SapID", "1"}, {"MsgID", "0x25"}, {"MsgPayload", "5A 00 A5 02"}}));
+        QVERIFY(TPageBench::Exec(*device, QStringLiteral("DeviceMgmt/SendTestCommand"), {{"SapID", "1"}, {"MsgID", "0x25"}, {"MsgPayload", "5A 00 A5 02"}}));
         TDeviceConfigPage page(QStringLiteral("Device Configuration"));
         page.Button(QStringLiteral("Get"))->click();
         QCOMPARE(Text(page, 0), QStringLiteral("90"));
@@ -136,7 +112,7 @@ private slots:
         QCOMPARE(ExtraOptions(page), 0x02);
 
         QSignalSpy requests(&m_bench.Sim(), &TSimModule::RequestReceived);
-        Enter(page, QStringLiteral("PowerSaving"), QStringLiteral("1"));
+        TPageBench::Enter(page, {"PowerSaving=1"});
         page.Button(QStringLiteral("Set"))->click();
         QCOMPARE(requests.size(), 1);
         QCOMPARE(requests.last().at(2).toByteArray(), TPageBench::Bytes("5A 01 A5 02"));
@@ -167,7 +143,7 @@ private slots:
         // Out of view, a change made elsewhere marks the values out of date instead.
         page.hide();
         requests.clear();
-        QVERIFY(Exec(*device, QStringLiteral("DeviceMgmt/SetDeviceConfig"), {{"PowerSaving", "0"}, {"ExtraOptions", "1"}}));
+        QVERIFY(TPageBench::Exec(*device, QStringLiteral("DeviceMgmt/SetDeviceConfig"), {{"PowerSaving", "0"}, {"ExtraOptions", "1"}}));
         QTRY_VERIFY(page.Group(QStringLiteral("Device Configuration"))->IsStale());
         QVERIFY(page.Group(QStringLiteral("Device Configuration"))->StaleText().endsWith(QLatin1String("out of date: the module's configuration changed")));
         QCOMPARE(requests.size(), 1);
@@ -177,7 +153,7 @@ private slots:
     {
         QVERIFY(m_bench.Attach(QStringLiteral("module")));
         TDeviceConfigPage page(QStringLiteral("Device Configuration"));
-        Enter(page, QStringLiteral("OperationMode"), QStringLiteral("1"));
+        TPageBench::Enter(page, {"OperationMode=1"});
         page.Button(QStringLiteral("Set Operation Mode"))->click();
         page.Button(QStringLiteral("Get Operation Mode"))->click();
         QVERIFY(!page.Group(QStringLiteral("Operation Mode"))->IsStale());
@@ -224,10 +200,10 @@ private slots:
         TRadioController* a = m_bench.Attach(QStringLiteral("a"), QStringLiteral("Caravel_LoRaWAN"), 0x000A0A0A);
         TRadioController* b = m_bench.Attach(QStringLiteral("b"), QStringLiteral("Caravel_LoRaWAN"), 0x000B0B0B);
         QVERIFY(a && b);
-        QVERIFY(Exec(*a, QStringLiteral("DeviceMgmt/SetRadioStack"), {{"RadioStack", "1"}}));
-        QVERIFY(Exec(*a, QStringLiteral("DeviceMgmt/SetDeviceConfig"), {{"PowerSaving", "0"}, {"ExtraOptions", "5"}}));
-        QVERIFY(Exec(*a, QStringLiteral("LoRaWAN/SetCustomConfig"), {{"TxPowerOffset", "-3"}}));
-        QVERIFY(Exec(*a, QStringLiteral("DeviceMgmt/SetOperationMode"), {{"OperationMode", "1"}}));
+        QVERIFY(TPageBench::Exec(*a, QStringLiteral("DeviceMgmt/SetRadioStack"), {{"RadioStack", "1"}}));
+        QVERIFY(TPageBench::Exec(*a, QStringLiteral("DeviceMgmt/SetDeviceConfig"), {{"PowerSaving", "0"}, {"ExtraOptions", "5"}}));
+        QVERIFY(TPageBench::Exec(*a, QStringLiteral("LoRaWAN/SetCustomConfig"), {{"TxPowerOffset", "-3"}}));
+        QVERIFY(TPageBench::Exec(*a, QStringLiteral("DeviceMgmt/SetOperationMode"), {{"OperationMode", "1"}}));
 
         TDeviceConfigPage page(QStringLiteral("Device Configuration"));
         const QString path = m_files.filePath(QStringLiteral("unit.json"));
