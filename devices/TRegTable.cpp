@@ -71,6 +71,20 @@ bool TRegTable::ParseChip(const QString& name, Chip& chip)
     return true;
 }
 
+bool TRegTable::ParseValues(const QStringList& texts, QList<double>& values, QString& bad)
+{
+    for (const QString& text : texts) {
+        bool ok = false;
+        const double value = text.toDouble(&ok);
+        if (!ok || value <= 0) {
+            bad = text;
+            return false;
+        }
+        values << value;
+    }
+    return true;
+}
+
 TRegTable::Entry TRegTable::Frequency(double hz) const
 {
     Entry e;

@@ -51,21 +51,8 @@ TDeviceConfigPage::TDeviceConfigPage(const QString& title, QWidget* parent)
                            RunCommand(QStringLiteral("DeviceMgmt/ResetDeviceConfig"), TKeyValueList(), none);
                        });
 
-    m_stack = &AddGroup(QStringLiteral("Radio Stack"),
-                        {QStringLiteral("GuiName:Radio Stack;GuiType:ComboBox;Key:RadioStack;Value:n.a.;GuiFlags:IdList;"
-                                        "ValueList:0:LoRaWAN,1:Point-to-Point")});
-    AddButton(QStringLiteral("Get Radio Stack"), QStringLiteral("read the radio stack"),
-              [this] { RunGetCommand(QStringLiteral("DeviceMgmt/GetRadioStack"), *m_stack); });
-    AddButton(QStringLiteral("Set Radio Stack"), QStringLiteral("choose the radio stack"),
-              [this] { RunSetCommand(QStringLiteral("DeviceMgmt/SetRadioStack"), *m_stack); });
-
-    m_mode = &AddGroup(QStringLiteral("Operation Mode"),
-                       {QStringLiteral("GuiName:Operation Mode;GuiType:ComboBox;Key:OperationMode;Value:n.a.;GuiFlags:IdList;"
-                                       "ValueList:0:Standard,1:Production Test")});
-    AddButton(QStringLiteral("Get Operation Mode"), QStringLiteral("read the operation mode"),
-              [this] { RunGetCommand(QStringLiteral("DeviceMgmt/GetOperationMode"), *m_mode); });
-    AddButton(QStringLiteral("Set Operation Mode"), QStringLiteral("set the operation mode"),
-              [this] { RunSetCommand(QStringLiteral("DeviceMgmt/SetOperationMode"), *m_mode); });
+    m_stack = &AddChoice(QStringLiteral("Radio Stack"), "RadioStack", "0:LoRaWAN,1:Point-to-Point", QStringLiteral("choose the radio stack"));
+    m_mode = &AddChoice(QStringLiteral("Operation Mode"), "OperationMode", "0:Standard,1:Production Test", QStringLiteral("set the operation mode"));
 
     AddGroup(QStringLiteral("Restart"), {});
     AddButton(QStringLiteral("Reset Device"), QStringLiteral("restart the module"), [this] { ResetDevice(); });
@@ -93,6 +80,17 @@ TDeviceConfigPage::TDeviceConfigPage(const QString& title, QWidget* parent)
 
     connect(&TDeviceManager::Instance(), &TDeviceManager::EvDeviceSelectionChanged, this, &TDeviceConfigPage::ShowFeatures);
     ShowFeatures();
+}
+
+TGuiItemList& TDeviceConfigPage::AddChoice(const QString& title, const char* key, const char* choices, const QString& setWhat)
+{
+    const QString name = QLatin1String(key);
+    TGuiItemList& group = AddGroup(title, {QStringLiteral("GuiName:%1;GuiType:ComboBox;Key:%2;Value:n.a.;GuiFlags:IdList;ValueList:%3")
+                                               .arg(title, name, QLatin1String(choices))});
+    AddButton(QStringLiteral("Get ") + title, QStringLiteral("read the ") + title.toLower(),
+              [this, &group, name] { RunGetCommand(QStringLiteral("DeviceMgmt/Get") + name, group); });
+    AddButton(QStringLiteral("Set ") + title, setWhat, [this, &group, name] { RunSetCommand(QStringLiteral("DeviceMgmt/Set") + name, group); });
+    return group;
 }
 
 void TDeviceConfigPage::ShowFeatures()

@@ -31,6 +31,9 @@ public slots:
     void DeviceTypeChanged(const QString& deviceType) override;
 
 private:
+    /// A group of one value the module offers as choices, with "Get <title>" and "Set <title>"
+    /// (commands "DeviceMgmt/Get<key>" and "DeviceMgmt/Set<key>").
+    TGuiItemList& AddChoice(const QString& title, const char* key, const char* choices, const QString& setWhat);
     void ResetDevice();
     /// Runs a template's work on the selected module as a command of the action; its error text ends it.
     bool RunTemplate(TConfigTemplate& configTemplate, const std::function<bool(TRadioController&)>& call);

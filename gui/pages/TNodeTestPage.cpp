@@ -96,20 +96,10 @@ TNodeTestPage::TNodeTestPage(const QString& title, QWidget* parent)
                         "ValueList:7:SF7,8:SF8,9:SF9,10:SF10,11:SF11,12:SF12"),
          QStringLiteral("GuiName:Error Coding;GuiType:ComboBox;Key:ErrorCoding;Value:n.a.;GuiFlags:IdList;ValueList:1:4/5,2:4/6,3:4/7,4:4/8"),
          QStringLiteral("GuiName:Payload;GuiType:LineEdit;Key:Payload;Value:n.a.;HexBytes:0-%1").arg(P::kMaxTestPayload)});
-    AddButton(QStringLiteral("Set Radio Test Mode"), QStringLiteral("set the radio test mode"), [this] {
-        const QStringList keys = ParameterNames(P::kRadioTestMode);
-        if (!CheckInput(*m_radio, keys))
-            return;
-        Remember(keys);
-        RunSetCommand(QStringLiteral("PTS/SetRadioTestMode"), *m_radio, keys);
-    });
-    AddButton(QStringLiteral("Send Test Message"), QStringLiteral("send a test message"), [this] {
-        const QStringList keys = ParameterNames(P::kTestMessage);
-        if (!CheckInput(*m_radio, keys))
-            return;
-        Remember(keys);
-        RunSetCommand(QStringLiteral("PTS/SendTestMessage"), *m_radio, keys);
-    });
+    AddButton(QStringLiteral("Set Radio Test Mode"), QStringLiteral("set the radio test mode"),
+              [this] { SendRadio(QStringLiteral("PTS/SetRadioTestMode"), P::kRadioTestMode); });
+    AddButton(QStringLiteral("Send Test Message"), QStringLiteral("send a test message"),
+              [this] { SendRadio(QStringLiteral("PTS/SendTestMessage"), P::kTestMessage); });
     if (auto* frequency = qobject_cast<QLineEdit*>(m_radio->Editor(kFrequencyRow)))
         connect(frequency, &QLineEdit::textChanged, this, &TNodeTestPage::ShowFrequency);
 
@@ -194,6 +184,16 @@ void TNodeTestPage::ShowFrequency()
     bool ok = false;
     const qint64 value = word->text().trimmed().toLongLong(&ok);
     rf->setText(ok ? QStringLiteral("%1 MHz").arg(value * kFrequencyStepHz / 1e6, 0, 'f', 3) : TGuiItemList::kNotAvailable);
+}
+
+void TNodeTestPage::SendRadio(const QString& command, const TFieldLayoutEntry* layout)
+{
+    // Values the module is sent are kept for the next start, whatever it answers.
+    const QStringList keys = ParameterNames(layout);
+    if (!CheckInput(*m_radio, keys))
+        return;
+    Remember(keys);
+    RunSetCommand(command, *m_radio, keys);
 }
 
 void TNodeTestPage::Remember(const QStringList& keys)

@@ -45,6 +45,8 @@ private:
     void Follow();
     void OnTestPacket(const TKeyValueList& record);
     void ShowStatistics();
+    /// Sends the rows of the command with this layout, after keeping them as the "Radio" settings.
+    void SendRadio(const QString& command, const TFieldLayoutEntry* layout);
     /// Keeps the values of these rows as the "Radio" settings.
     void Remember(const QStringList& keys);
     void StartRun();

@@ -33,16 +33,7 @@ QString Now()
 bool ParseList(const QString& text, QList<double>& values, QString& bad)
 {
     static const QRegularExpression separators(QStringLiteral("[,;\\s]+"));
-    for (const QString& part : text.split(separators, Qt::SkipEmptyParts)) {
-        bool ok = false;
-        const double value = part.toDouble(&ok);
-        if (!ok || value <= 0) {
-            bad = part;
-            return false;
-        }
-        values << value;
-    }
-    return true;
+    return TRegTable::ParseValues(text.split(separators, Qt::SkipEmptyParts), values, bad);
 }
 }
 

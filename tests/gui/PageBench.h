@@ -64,6 +64,47 @@ public:
     TSimModule& Sim(int index = 0) { return *m_sims.at(index); }
     QString Port(int index = 0) const { return m_ports.value(index); }
 
+    /// Columns of a table of page actions: the button, "Key=Value" entries typed first, whether the
+    /// button asks first (answered "Yes"), the one request it must send (message and payload), how
+    /// the result line starts, and the parameters the command got ("Key: Value; ...", "" for none).
+    static void RequestColumns()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<QStringList>("entries");
+        QTest::addColumn<bool>("asks");
+        QTest::addColumn<quint8>("msgId");
+        QTest::addColumn<QByteArray>("payload");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<QString>("parameters");
+    }
+    /// Runs the current row of RequestColumns on `page` against the first module, whose service `sapId` must get it.
+    void CheckRequest(TFormPage& page, quint8 sapId)
+    {
+        QFETCH(QString, button);
+        QFETCH(QStringList, entries);
+        QFETCH(bool, asks);
+        QFETCH(quint8, msgId);
+        QFETCH(QByteArray, payload);
+        QFETCH(QString, result);
+        QFETCH(QString, parameters);
+        TRadioController* device = manager.DeviceByPort(Port());
+        QVERIFY(device);
+        Enter(page, entries);
+        QSignalSpy requests(&Sim(), &TSimModule::RequestReceived);
+        QSignalSpy shown(device, &TRadioController::EvShowMessage);
+        if (asks)
+            AnswerNextQuestion(QMessageBox::Yes);
+        page.Button(button)->click();
+        QCOMPARE(requests.size(), 1);
+        QCOMPARE(requests.first().at(0).value<quint8>(), sapId);
+        QCOMPARE(requests.first().at(1).value<quint8>(), msgId);
+        QCOMPARE(requests.first().at(2).toByteArray(), payload);
+        QVERIFY2(page.ResultLine()->text().startsWith(result), qPrintable(page.ResultLine()->text()));
+        QCOMPARE(page.LastOutcome().Type(), TCommandOutcome::Ok);
+        // Exactly the command's parameters: no row that only shows something goes along.
+        QCOMPARE(Parameters(shown), parameters);
+    }
+
     void Release()
     {
         manager.ResetBlockedPorts(true);
@@ -172,12 +213,4 @@ private:
     QStringList m_ports;
 };
 
-#define TESSERA_PAGE_TEST_MAIN(TestClass)                             \
-    int main(int argc, char** argv)                                   \
-    {                                                                 \
-        TestEnvironment::IsolateUserDirectories();                    \
-        QApplication app(argc, argv);                                 \
-        TestClass test;                                               \
-        QTEST_SET_MAIN_SOURCE_PATH                                    \
-        return QTest::qExec(&test, argc, argv);                       \
-    }
+#define TESSERA_PAGE_TEST_MAIN(TestClass) TESSERA_TEST_MAIN_WITH(QApplication, TestClass)

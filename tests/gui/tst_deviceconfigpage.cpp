@@ -51,51 +51,26 @@ private slots:
 
     void actions_sendExactRequests_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<quint8>("msgId");
-        QTest::addColumn<QByteArray>("payload");
-        QTest::addColumn<QString>("result");
-        QTest::addColumn<QString>("parameters");
-        QTest::newRow("get configuration") << "Get" << QStringList() << quint8(0x27) << QByteArray() << "OK - read the device configuration (" << "";
-        QTest::newRow("set configuration") << "Set" << QStringList{"PowerSaving=1", "ExtraOptions=5"} << quint8(0x25)
+        TPageBench::RequestColumns();
+        QTest::newRow("get configuration") << "Get" << QStringList() << false << quint8(0x27) << QByteArray() << "OK - read the device configuration (" << "";
+        QTest::newRow("set configuration") << "Set" << QStringList{"PowerSaving=1", "ExtraOptions=5"} << false << quint8(0x25)
                                            << TPageBench::Bytes("00 01 00 05") << "OK - write the device configuration (" << "Reserved: 0; PowerSaving: 1; Reserved: 0; ExtraOptions: 5";
-        QTest::newRow("restore factory settings") << "Restore Factory Settings" << QStringList() << quint8(0x29) << QByteArray()
+        QTest::newRow("restore factory settings") << "Restore Factory Settings" << QStringList() << true << quint8(0x29) << QByteArray()
                                                   << "OK - restore the factory settings (" << "";
-        QTest::newRow("get radio stack") << "Get Radio Stack" << QStringList() << quint8(0x3B) << QByteArray() << "OK - read the radio stack (" << "";
-        QTest::newRow("set radio stack") << "Set Radio Stack" << QStringList{"RadioStack=1"} << quint8(0x39) << TPageBench::Bytes("01")
+        QTest::newRow("get radio stack") << "Get Radio Stack" << QStringList() << false << quint8(0x3B) << QByteArray() << "OK - read the radio stack (" << "";
+        QTest::newRow("set radio stack") << "Set Radio Stack" << QStringList{"RadioStack=1"} << false << quint8(0x39) << TPageBench::Bytes("01")
                                          << "OK - choose the radio stack (" << "RadioStack: 1";
-        QTest::newRow("get operation mode") << "Get Operation Mode" << QStringList() << quint8(0x0B) << QByteArray()
+        QTest::newRow("get operation mode") << "Get Operation Mode" << QStringList() << false << quint8(0x0B) << QByteArray()
                                             << "OK - read the operation mode (" << "";
-        QTest::newRow("set operation mode") << "Set Operation Mode" << QStringList{"OperationMode=1"} << quint8(0x09)
+        QTest::newRow("set operation mode") << "Set Operation Mode" << QStringList{"OperationMode=1"} << false << quint8(0x09)
                                             << TPageBench::Bytes("01") << "OK - set the operation mode (" << "OperationMode: 1";
-        QTest::newRow("reset device") << "Reset Device" << QStringList() << quint8(0x07) << QByteArray() << "The module restarted (" << "";
+        QTest::newRow("reset device") << "Reset Device" << QStringList() << false << quint8(0x07) << QByteArray() << "The module restarted (" << "";
     }
     void actions_sendExactRequests()
     {
-        QFETCH(QString, button);
-        QFETCH(QStringList, entries);
-        QFETCH(quint8, msgId);
-        QFETCH(QByteArray, payload);
-        QFETCH(QString, result);
-        QFETCH(QString, parameters);
-        TRadioController* device = m_bench.Attach(QStringLiteral("dual"), QStringLiteral("Caravel_LoRaWAN"));
-        QVERIFY(device);
+        QVERIFY(m_bench.Attach(QStringLiteral("dual"), QStringLiteral("Caravel_LoRaWAN")));
         TDeviceConfigPage page(QStringLiteral("Device Configuration"));
-        TPageBench::Enter(page, entries);
-        QSignalSpy requests(&m_bench.Sim(), &TSimModule::RequestReceived);
-        QSignalSpy shown(device, &TRadioController::EvShowMessage);
-        if (button == QLatin1String("Restore Factory Settings"))
-            TPageBench::AnswerNextQuestion(QMessageBox::Yes);
-        page.Button(button)->click();
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests.first().at(0).value<quint8>(), quint8(0x01));
-        QCOMPARE(requests.first().at(1).value<quint8>(), msgId);
-        QCOMPARE(requests.first().at(2).toByteArray(), payload);
-        QVERIFY2(page.ResultLine()->text().startsWith(result), qPrintable(page.ResultLine()->text()));
-        // Exactly the command's parameters: no row that only shows something goes along.
-        QCOMPARE(TPageBench::Parameters(shown), parameters);
-        QCOMPARE(page.LastOutcome().Type(), TCommandOutcome::Ok);
+        m_bench.CheckRequest(page, 0x01);
     }
 
     void deviceConfig_reservedBytesGoBackAsReadAndChangesAreReadAgain()

@@ -23,54 +23,30 @@ private slots:
 
     void actions_sendExactRequests_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<quint8>("msgId");
-        QTest::addColumn<QByteArray>("payload");
-        QTest::addColumn<QString>("result");
-        QTest::addColumn<QString>("parameters");
-        QTest::newRow("set device id") << "Set Device ID" << QStringList{"DeviceID=0x12345678"} << quint8(0x03)
+        TPageBench::RequestColumns();
+        QTest::newRow("set device id") << "Set Device ID" << QStringList{"DeviceID=0x12345678"} << false << quint8(0x03)
                                        << TPageBench::Bytes("78 56 34 12") << "OK - set the device ID (" << "DeviceID: 0x12345678";
-        QTest::newRow("factory reset") << "Factory Reset" << QStringList() << quint8(0x05) << QByteArray() << "OK - restore the factory settings (" << "";
-        QTest::newRow("set frequency offset") << "Set Frequency Offset" << QStringList{"FrequencyOffset=-1200"} << quint8(0x09)
+        QTest::newRow("factory reset") << "Factory Reset" << QStringList() << true << quint8(0x05) << QByteArray() << "OK - restore the factory settings (" << "";
+        QTest::newRow("set frequency offset") << "Set Frequency Offset" << QStringList{"FrequencyOffset=-1200"} << false << quint8(0x09)
                                               << TPageBench::Bytes("50 FB") << "OK - set the crystal frequency offset (" << "FrequencyOffset: -1200";
         QTest::newRow("get calibration value") << "Get Calibration Value" << QStringList{"CalibrationID=2", "CalibrationValue=n.a."}
-                                               << quint8(0x0D) << TPageBench::Bytes("02 00") << "OK - read the calibration value (" << "CalibrationID: 2";
+                                               << false << quint8(0x0D) << TPageBench::Bytes("02 00") << "OK - read the calibration value (" << "CalibrationID: 2";
         QTest::newRow("set calibration value") << "Set Calibration Value" << QStringList{"CalibrationID=3", "CalibrationValue=-15"}
-                                               << quint8(0x0B) << TPageBench::Bytes("03 00 F1 FF") << "OK - write the calibration value (" << "CalibrationID: 3; CalibrationValue: -15";
-        QTest::newRow("get measurement value") << "Get Measurement Value" << QStringList{"MeasurementID=1"} << quint8(0x0F)
+                                               << false << quint8(0x0B) << TPageBench::Bytes("03 00 F1 FF") << "OK - write the calibration value (" << "CalibrationID: 3; CalibrationValue: -15";
+        QTest::newRow("get measurement value") << "Get Measurement Value" << QStringList{"MeasurementID=1"} << false << quint8(0x0F)
                                                << TPageBench::Bytes("01 00") << "OK - read the measurement (" << "MeasurementID: 1";
         QTest::newRow("set clock output") << "Set Clock Output" << QStringList{"ClockOutput=1", "ClockSource=1", "Prescaler=4", "Duration=600"}
-                                          << quint8(0x11) << TPageBench::Bytes("01 01 04 00 58 02") << "OK - set the clock output (" << "ClockOutput: 1; ClockSource: 1; Prescaler: 4; Duration: 600";
-        QTest::newRow("set gpio ports") << "Set GPIO Ports" << QStringList{"OutputMask=0x0003", "OutputLevels=0x0001"} << quint8(0x07)
+                                          << false << quint8(0x11) << TPageBench::Bytes("01 01 04 00 58 02") << "OK - set the clock output (" << "ClockOutput: 1; ClockSource: 1; Prescaler: 4; Duration: 600";
+        QTest::newRow("set gpio ports") << "Set GPIO Ports" << QStringList{"OutputMask=0x0003", "OutputLevels=0x0001"} << false << quint8(0x07)
                                         << TPageBench::Bytes("03 00 01 00") << "OK - drive the GPIO test pins (" << "OutputMask: 0x0003; OutputLevels: 0x0001";
-        QTest::newRow("read pin levels") << "Read Pin Levels" << QStringList() << quint8(0x0F) << TPageBench::Bytes("04 00")
+        QTest::newRow("read pin levels") << "Read Pin Levels" << QStringList() << false << quint8(0x0F) << TPageBench::Bytes("04 00")
                                          << "OK - read the levels of the GPIO test pins (" << "MeasurementID: 4";
     }
     void actions_sendExactRequests()
     {
-        QFETCH(QString, button);
-        QFETCH(QStringList, entries);
-        QFETCH(quint8, msgId);
-        QFETCH(QByteArray, payload);
-        QFETCH(QString, result);
-        QFETCH(QString, parameters);
-        TRadioController* device = m_bench.Attach(QStringLiteral("module"));
-        QVERIFY(device);
+        QVERIFY(m_bench.Attach(QStringLiteral("module")));
         TFactoryPage page(QStringLiteral("Customer Settings"));
-        TPageBench::Enter(page, entries);
-        QSignalSpy requests(&m_bench.Sim(), &TSimModule::RequestReceived);
-        QSignalSpy shown(device, &TRadioController::EvShowMessage);
-        if (button == QLatin1String("Factory Reset"))
-            TPageBench::AnswerNextQuestion(QMessageBox::Yes);
-        page.Button(button)->click();
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests.first().at(0).value<quint8>(), kPts);
-        QCOMPARE(requests.first().at(1).value<quint8>(), msgId);
-        QCOMPARE(requests.first().at(2).toByteArray(), payload);
-        QVERIFY2(page.ResultLine()->text().startsWith(result), qPrintable(page.ResultLine()->text()));
-        // Exactly the command's parameters: no row that only shows something goes along.
-        QCOMPARE(TPageBench::Parameters(shown), parameters);
+        m_bench.CheckRequest(page, kPts);
     }
 
     void results_everyStatusOfTheServiceIsShown_data()

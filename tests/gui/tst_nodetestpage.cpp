@@ -53,38 +53,19 @@ private slots:
 
     void actions_sendExactRequests_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QStringList>("entries");
-        QTest::addColumn<quint8>("msgId");
-        QTest::addColumn<QByteArray>("payload");
-        QTest::addColumn<QString>("parameters");
-        QTest::newRow("radio test mode") << "Set Radio Test Mode" << (QStringList{"TestMode=1", "Payload=FF"} + kRadio) << quint8(0x01)
-                                         << TPageBench::Bytes("01 0A 00 00 60 D9 01 09 02")
+        TPageBench::RequestColumns();
+        QTest::newRow("radio test mode") << "Set Radio Test Mode" << (QStringList{"TestMode=1", "Payload=FF"} + kRadio) << false << quint8(0x01)
+                                         << TPageBench::Bytes("01 0A 00 00 60 D9 01 09 02") << "OK - set the radio test mode ("
                                          << "TestMode: 1; PowerLevel: 10; Modulation: 0; Frequency: 14245888; Bandwidth: 1; Spreading: 9; ErrorCoding: 2";
-        QTest::newRow("test message") << "Send Test Message" << (QStringList{"TestMode=1", "Payload=01 02 03"} + kRadio) << quint8(0x15)
-                                      << TPageBench::Bytes("0A 00 00 60 D9 01 09 02 01 02 03")
+        QTest::newRow("test message") << "Send Test Message" << (QStringList{"TestMode=1", "Payload=01 02 03"} + kRadio) << false << quint8(0x15)
+                                      << TPageBench::Bytes("0A 00 00 60 D9 01 09 02 01 02 03") << "OK - send a test message ("
                                       << "PowerLevel: 10; Modulation: 0; Frequency: 14245888; Bandwidth: 1; Spreading: 9; ErrorCoding: 2; Payload: 01 02 03";
     }
     void actions_sendExactRequests()
     {
-        QFETCH(QString, button);
-        QFETCH(QStringList, entries);
-        QFETCH(quint8, msgId);
-        QFETCH(QByteArray, payload);
-        QFETCH(QString, parameters);
-        TRadioController* device = m_bench.Attach(QStringLiteral("module"));
-        QVERIFY(device);
+        QVERIFY(m_bench.Attach(QStringLiteral("module")));
         TNodeTestPage page(QStringLiteral("Radio Tests"));
-        TPageBench::Enter(page, entries);
-        QSignalSpy requests(&m_bench.Sim(), &TSimModule::RequestReceived);
-        QSignalSpy shown(device, &TRadioController::EvShowMessage);
-        page.Button(button)->click();
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests.first().at(0).value<quint8>(), kPts);
-        QCOMPARE(requests.first().at(1).value<quint8>(), msgId);
-        QCOMPARE(requests.first().at(2).toByteArray(), payload);
-        QCOMPARE(TPageBench::Parameters(shown), parameters);
-        QCOMPARE(page.LastOutcome().Type(), TCommandOutcome::Ok);
+        m_bench.CheckRequest(page, kPts);
     }
 
     void payload_255BytesSent256RefusedOnThePage()
