@@ -284,6 +284,15 @@ void TNodeTestPage::StopRun(const QString& why)
 
 void TNodeTestPage::RunNext()
 {
+    // Without a module the run ends: the next message would only be refused again.
+    if (!TDeviceManager::Instance().SelectedDevice()) {
+        ++m_run.done;
+        ++m_run.failed;
+        m_run.lastFailure = TCommandOutcome::Refused(TCommandOutcome::NoDevice, QStringLiteral("no module selected")).Text();
+        m_progress->setValue(m_run.done);
+        StopRun(QStringLiteral("stopped"));
+        return;
+    }
     // Each message is one action of the page: refused or failed, it counts as a failure of the run.
     m_sendStarted.start();
     const bool sent = RunAction(nullptr, QStringLiteral("send test message %1 of %2").arg(m_run.done + 1).arg(m_run.total), [this] {
@@ -297,8 +306,9 @@ void TNodeTestPage::RunNext()
         m_run.lastFailure = LastOutcome().Text();
     }
     m_progress->setValue(m_run.done);
-    if (!m_running) {   // stopped while the message was on its way
-        ShowRun(QStringLiteral("stopped"));
+    // Stopped while the message was on its way, or the module went away with it.
+    if (!m_running || LastOutcome().Type() == TCommandOutcome::Lost) {
+        StopRun(QStringLiteral("stopped"));
         return;
     }
     if (m_run.done >= m_run.total) {

@@ -224,6 +224,14 @@ private slots:
         requests.clear();
         QVERIFY(!requests.wait(300));   // a running test would have sent several messages by now
         QCOMPARE(device->Link()->FramesSent(), sent);
+
+        // The module goes away during a run: the run ends at once instead of refusing message after message.
+        page.Button(QStringLiteral("Start Test Run"))->click();
+        QTRY_VERIFY(page.RunProgress()->value() >= 1);
+        m_bench.Release();
+        QTRY_VERIFY(!page.IsRunning());
+        QVERIFY2(page.RunText().endsWith(QLatin1String(" failed - last failure: Not sent: no module selected")), qPrintable(page.RunText()));
+        QVERIFY(page.RunText().startsWith(QLatin1String("Test run stopped: ")));
     }
 };
 
