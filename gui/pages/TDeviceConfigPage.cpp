@@ -123,14 +123,26 @@ void TDeviceConfigPage::DeviceConfigChanged()
         {m_stack, "DeviceMgmt/GetRadioStack"},
         {m_mode, "DeviceMgmt/GetOperationMode"},
     };
+    QList<std::pair<TGuiItemList*, const char*>> again;
     for (const auto& group : groups) {
         if (!group.first->ReadTime().isValid() || group.first->ReadFrom() != port)
             continue;
         if (isVisible() && !IsCommandRunning())
-            RunGetCommand(QLatin1String(group.second), *group.first);
+            again << group;
         else
             group.first->MarkStale(QString::fromLatin1(kConfigChanged));
     }
+    if (again.isEmpty())
+        return;
+    // A read again that succeeds leaves the result line saying how the user's last action ended.
+    const TCommandOutcome before = LastOutcome();
+    RunAction(nullptr, QStringLiteral("read the changed configuration"), [&] {
+        bool read = true;
+        for (const auto& group : again)
+            read = RunGetCommand(QLatin1String(group.second), *group.first) && read;
+        if (read)
+            SetActionOutcome(before);
+    });
 }
 
 void TDeviceConfigPage::ResetDevice()

@@ -110,6 +110,7 @@ private slots:
         page.Button(QStringLiteral("Restore Factory Settings"))->click();
         QTRY_COMPARE(MessageIds(requests), (QList<quint8>{0x29, 0x27}));
         QTRY_VERIFY(PowerSaving(page));
+        QVERIFY2(page.ResultLine()->text().startsWith(QLatin1String("OK - restore the factory settings (")), qPrintable(page.ResultLine()->text()));
         QCOMPARE(Text(page, 0), QStringLiteral("0"));
         QCOMPARE(Text(page, 2), QStringLiteral("0"));
         QCOMPARE(ExtraOptions(page), 0);
