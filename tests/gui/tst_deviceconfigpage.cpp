@@ -192,6 +192,14 @@ private slots:
         file.close();
         QVERIFY(!json.contains("DeviceID"));
         QVERIFY(!json.contains("AppKey"));
+        // Keys only when asked.
+        TPageBench::Enter(page, {"WithKeys=1"});
+        QVERIFY(page.ExportTemplate(m_files.filePath(QStringLiteral("keys.json"))));
+        QFile keys(m_files.filePath(QStringLiteral("keys.json")));
+        QVERIFY(keys.open(QIODevice::ReadOnly));
+        const QByteArray withKeys = keys.readAll();
+        QVERIFY(withKeys.contains("\"AppKey\""));
+        QVERIFY(!withKeys.contains("DeviceID"));
 
         // Cancelled in the preview: nothing is set.
         TDeviceManager::Instance().SelectDevice(m_bench.Port(1));
