@@ -42,6 +42,7 @@
 #include "gui/pages/TNodeTestPage.h"
 #include "gui/pages/TOspreyConfigPage.h"
 #include "gui/pages/TRTCPage.h"
+#include "gui/pages/TRegTablePage.h"
 #include "gui/pages/TSecurityPage.h"
 #include "gui/pages/TSettingsPage.h"
 #include "sap/TLoRaWANConfig.h"
@@ -84,6 +85,7 @@ const TSectionPageEntry kExtraPages[] = {
     {"HCI Logging", "CreateHCILoggingPage"},
     {"Customer Settings", "CreateFactoryPage"},
     {"Radio Tests", "CreateNodeTestPage"},
+    {"Register Tables", "CreateRegTablePage"},
     {nullptr, nullptr},
 };
 // The two tables are the same on purpose: developer mode may get its own sections later.
@@ -495,6 +497,7 @@ TPage* TMainWindow::CreateInfoPage(const QString& title) { return new TInfoPage(
 TPage* TMainWindow::CreateHCILoggingPage(const QString& title) { return new THCILoggingPage(title); }
 TPage* TMainWindow::CreateFactoryPage(const QString& title) { return new TFactoryPage(title); }
 TPage* TMainWindow::CreateNodeTestPage(const QString& title) { return new TNodeTestPage(title); }
+TPage* TMainWindow::CreateRegTablePage(const QString& title) { return new TRegTablePage(title); }
 
 QAction* TMainWindow::StatusWindowAction() const
 {

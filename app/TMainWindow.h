@@ -87,6 +87,7 @@ public slots:
     TPage* CreateHCILoggingPage(const QString& title);
     TPage* CreateFactoryPage(const QString& title);
     TPage* CreateNodeTestPage(const QString& title);
+    TPage* CreateRegTablePage(const QString& title);
 
 protected:
     void closeEvent(QCloseEvent* event) override;

@@ -71,6 +71,20 @@ bool TRegTable::ParseChip(const QString& name, Chip& chip)
     return true;
 }
 
+bool TRegTable::ParseValues(const QStringList& texts, QList<double>& values, QString& bad)
+{
+    for (const QString& text : texts) {
+        bool ok = false;
+        const double value = text.toDouble(&ok);
+        if (!ok || value <= 0) {
+            bad = text;
+            return false;
+        }
+        values << value;
+    }
+    return true;
+}
+
 TRegTable::Entry TRegTable::Frequency(double hz) const
 {
     Entry e;
@@ -194,9 +208,9 @@ QString TRegTable::Header(const QList<double>& frequencies, const QList<double>&
     if (sx1280)
         out += QStringLiteral("/* Crystal 52 MHz; RF frequency step 52 MHz / 2^18 (SetRfFrequency 0x86, 24 bit); GFSK rates from SetModulationParams 0x8B. */\n\n");
     else
-        out += QStringLiteral("/* Crystal 32 MHz; Fstep 32 MHz / 2^19. RegFrfMsb 0x%1, RegBitrateMsb 0x%2, RegBitRateFrac 0x%3, RegFdevMsb 0x%4, RegRxBw 0x%5. */\n\n")
-                   .arg(r.frf, 2, 16, QLatin1Char('0')).arg(r.bitrate, 2, 16, QLatin1Char('0')).arg(r.bitrateFrac, 2, 16, QLatin1Char('0'))
-                   .arg(r.fdev, 2, 16, QLatin1Char('0')).arg(r.rxBw, 2, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x"));
+        out += QStringLiteral("/* Crystal 32 MHz; Fstep 32 MHz / 2^19. RegFrfMsb %1, RegBitrateMsb %2, RegBitRateFrac %3, RegFdevMsb %4, RegRxBw %5. */\n\n")
+                   .arg(HexValue(quint32(r.frf), 1), HexValue(quint32(r.bitrate), 1), HexValue(quint32(r.bitrateFrac), 1),
+                        HexValue(quint32(r.fdev), 1), HexValue(quint32(r.rxBw), 1));
 
     auto table = [&](const QString& name, const QString& unit, const QList<double>& values, int width, auto compute) {
         if (values.isEmpty())

@@ -1,6 +1,7 @@
 #pragma once
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 /// Writes radio register tables of Semtech transceivers as C header text: for each requested
 /// value the register bytes that come closest, commented with the value asked for and the value reached.
@@ -11,6 +12,10 @@ public:
 
     /// "SX1272", "SX1276" or "SX1280" (any case); false for anything else.
     static bool ParseChip(const QString& name, Chip& chip);
+
+    /// The values of a list of texts, each a positive number ("868100000", "868.1e6"); false with the
+    /// first text that is not one in `bad`.
+    static bool ParseValues(const QStringList& texts, QList<double>& values, QString& bad);
 
     explicit TRegTable(Chip chip) : m_chip(chip) {}
 

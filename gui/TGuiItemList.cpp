@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFrame>
+#include <QHash>
 #include <QLabel>
 #include <QLineEdit>
 #include <QRegularExpression>
@@ -367,9 +368,12 @@ void TGuiItemList::SetEditorValue(const Row& row, const QString& value)
         label->setText(value);
     else if (auto* edit = qobject_cast<QLineEdit*>(editor)) {
         QString text = FormatValue(value, row.flags, row.scaler);
-        // A mask of hex digits takes "0x1F2E3D4C" without its prefix, which it has no place for.
+        // A mask of hex digits takes "0x1F2E3D4C" without its prefix, which it has no place for;
+        // a mask that writes the "0x" itself (\0\x...) takes it whole.
         static const QRegularExpression prefixedHex(QStringLiteral("^0[xX][0-9A-Fa-f]+$"));
-        if (!edit->inputMask().isEmpty() && prefixedHex.match(text.trimmed()).hasMatch())
+        const QString mask = edit->inputMask();
+        const bool maskHasPrefix = mask.startsWith(QLatin1String("\\0\\x"), Qt::CaseInsensitive);
+        if (!mask.isEmpty() && !maskHasPrefix && prefixedHex.match(text.trimmed()).hasMatch())
             text = text.trimmed().mid(2);
         edit->setText(text);
         edit->setCursorPosition(0);   // a value longer than the field shows its beginning
@@ -418,9 +422,14 @@ QStringList TGuiItemList::ReadItems() const
 
 TKeyValueList TGuiItemList::ReadKeyValues() const
 {
+    return ReadKeyValues(QStringList(), true);
+}
+
+TKeyValueList TGuiItemList::ReadKeyValues(const QStringList& keys, bool all) const
+{
     TKeyValueList values;
     for (const Row& row : m_rows) {
-        if (row.keyed && row.type != kLine && row.editor)
+        if (row.keyed && row.type != kLine && row.editor && (all || keys.contains(row.key)))
             values.Append(row.key, EditorValue(row));
     }
     return values;
@@ -430,9 +439,16 @@ void TGuiItemList::SetItems(const TKeyValueList& records, bool clearFirst)
 {
     if (clearFirst)
         ClearItems();
+    // Rows that share a key (reserved bytes) take the record's values of that key in order.
+    QHash<QString, int> taken;
     for (const Row& row : m_rows) {
         if (row.keyed && row.type != kLine && row.editor && records.Contains(row.key)) {
-            SetEditorValue(row, records.Value(row.key));
+            const int occurrence = taken[row.key]++;
+            QString value = records.Value(row.key);
+            for (int i = 0, seen = 0; i < records.size(); ++i)
+                if (records.at(i).first == row.key && seen++ == occurrence)
+                    value = records.at(i).second;
+            SetEditorValue(row, value);
             // A value the module reports that its rule would refuse is pointed out at once.
             if (TFieldCheck* check = TFieldCheck::Of(row.editor))
                 check->ShowUnlessEmpty();
@@ -459,11 +475,11 @@ QList<QFrame*> TGuiItemList::Separators() const
     return lines;
 }
 
-bool TGuiItemList::Validate(QString* firstProblem, QWidget** firstEditor) const
+bool TGuiItemList::Validate(QString* firstProblem, QWidget** firstEditor, const QStringList& keys) const
 {
     bool valid = true;
     for (const Row& row : m_rows) {
-        TFieldCheck* check = row.keyed ? TFieldCheck::Of(row.editor) : nullptr;
+        TFieldCheck* check = row.keyed && (keys.isEmpty() || keys.contains(row.key)) ? TFieldCheck::Of(row.editor) : nullptr;
         if (!check)
             continue;
         if (row.flags.contains(QLatin1String("Checkable")) && !IsChecked(row))

@@ -53,14 +53,18 @@ public:
     QStringList ReadItems() const;
     /// The keyed rows as (key, value) pairs.
     TKeyValueList ReadKeyValues() const;
+    /// Only the rows whose key is in `keys` (a command that takes some of a group's rows).
+    TKeyValueList ReadKeyValues(const QStringList& keys) const { return ReadKeyValues(keys, false); }
     /// Puts every "LineEdit" row to "n.a." (a masked one to empty) with `clearFirst`, then fills every
-    /// keyed row found in `records` (a masked one with a "0x" number without its prefix).
+    /// keyed row found in `records` (a masked one with a "0x" number without its prefix); rows that
+    /// share a key take the record's values of that key in order.
     void SetItems(const TKeyValueList& records, bool clearFirst = true);
     void ClearItems();
 
     /// Checks every keyed row's input rule and shows each problem beside its field. False when a value
     /// is refused; `firstProblem` then reads "<row name> - <problem>" and `firstEditor` is its editor.
-    bool Validate(QString* firstProblem = nullptr, QWidget** firstEditor = nullptr) const;
+    /// With `keys`, only the rows of those keys are checked.
+    bool Validate(QString* firstProblem = nullptr, QWidget** firstEditor = nullptr, const QStringList& keys = QStringList()) const;
 
     /// The values now shown came from the module on `port` at `when`: shown as current.
     void MarkRead(const QString& port, const QDateTime& when);
@@ -106,6 +110,7 @@ private:
     static QString EditorValue(const Row& row);
     static void SetEditorValue(const Row& row, const QString& value);
     static QFrame* CreateLine();
+    TKeyValueList ReadKeyValues(const QStringList& keys, bool all) const;
     static bool IsChecked(const Row& row);
 
     void ShowStale();

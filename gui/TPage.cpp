@@ -46,6 +46,8 @@ struct TPage::Action
     bool buttonEnabled = true;
     QString what;
     TCommandOutcome failure;
+    TCommandOutcome ending;    ///< set by the action: shown instead of "OK - <what>"
+    bool ownEnding = false;
     int commands = 0;
     QString port;
     bool waiting = false;   ///< a command is inside the module's wait (events are being handled)
@@ -176,6 +178,8 @@ bool TPage::RunAction(QAbstractButton* button, const QString& what, const std::f
     unsetCursor();
     if (state.failure.IsFailure())
         ShowOutcome(state.failure);
+    else if (state.ownEnding)
+        ShowOutcome(state.ending);
     else if (state.commands > 0)
         ShowOutcome(TCommandOutcome::Success(what, QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))));
     if (!state.port.isEmpty())
@@ -189,6 +193,21 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
         // A command of its own: a direct call, or one that comes in while another waits (and is refused).
         bool ok = false;
         RunAction(nullptr, command, [&] { ok = RunCommand(command, parameters, result); });
+        return ok;
+    }
+    return RunOnDevice([&](TRadioController& device, QString& error) {
+        const bool ok = device.ExecuteAny(command, parameters, result);
+        if (!ok)
+            error = device.LastError();
+        return ok;
+    });
+}
+
+bool TPage::RunOnDevice(const std::function<bool(TRadioController&, QString&)>& work)
+{
+    if (!m_action || m_action->waiting) {
+        bool ok = false;
+        RunAction(nullptr, QStringLiteral("talk to the module"), [&] { ok = RunOnDevice(work); });
         return ok;
     }
     Action& action = *m_action;
@@ -210,7 +229,8 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
     }
     QPointer<TRadioController> alive(device);
     action.waiting = true;
-    const bool ok = device->ExecuteAny(command, parameters, result);
+    QString error;
+    const bool ok = work(*device, error);
     action.waiting = false;
     if (ok) {
         m_lastCommand = TCommandOutcome(TCommandOutcome::Ok, QString());
@@ -219,7 +239,7 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
     const TVeltoLRHCI* link = alive ? alive->Link() : nullptr;
     const int timeoutMs = link ? link->ResponseTimeout() : TVeltoLRHCI::DefaultResponseTimeout();
     const bool portLost = !alive || (link && link->PortLost());
-    Fail(TCommandOutcome::Failure(alive ? alive->LastError() : QString(), timeoutMs, portLost));
+    Fail(TCommandOutcome::Failure(alive ? error : QString(), timeoutMs, portLost));
     if (m_lastCommand.Type() == TCommandOutcome::Lost)
         MarkValuesStale(m_lastPort, QString::fromLatin1(kDisconnected));
     return false;
@@ -249,24 +269,49 @@ bool TPage::RunGetCommand(const QString& command, TGuiItemList& items, const TKe
     return true;
 }
 
-bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
+bool TPage::CheckInput(TGuiItemList& items, const QStringList& keys)
 {
-    return RunSetCommand(command, items, [](const TGuiItemList& rows) { return rows.ReadKeyValues(); });
+    QString problem;
+    QWidget* field = nullptr;
+    if (items.Validate(&problem, &field, keys))
+        return true;
+    Refuse(TCommandOutcome::Refused(TCommandOutcome::Invalid, problem));
+    if (field)
+        field->setFocus();
+    return false;
+}
+
+void TPage::SetActionOutcome(const TCommandOutcome& outcome)
+{
+    if (!m_action)
+        ShowOutcome(outcome);
+    else if (outcome.IsFailure())
+        Fail(outcome);
+    else {
+        m_action->ending = outcome;
+        m_action->ownEnding = true;
+    }
+}
+
+bool TPage::RunSetCommand(const QString& command, TGuiItemList& items, const QStringList& keys)
+{
+    if (!CheckInput(items, keys))
+        return false;
+    return SendSetCommand(command, items, keys.isEmpty() ? items.ReadKeyValues() : items.ReadKeyValues(keys));
 }
 
 bool TPage::RunSetCommand(const QString& command, TGuiItemList& items,
                           const std::function<TKeyValueList(const TGuiItemList&)>& parameters)
 {
-    QString problem;
-    QWidget* field = nullptr;
-    if (!items.Validate(&problem, &field)) {
-        Refuse(TCommandOutcome::Refused(TCommandOutcome::Invalid, problem));
-        if (field)
-            field->setFocus();
+    if (!CheckInput(items, QStringList()))
         return false;
-    }
+    return SendSetCommand(command, items, parameters(items));
+}
+
+bool TPage::SendSetCommand(const QString& command, TGuiItemList& items, const TKeyValueList& parameters)
+{
     TKeyValueList result;
-    if (!RunCommand(command, parameters(items), result))
+    if (!RunCommand(command, parameters, result))
         return false;
     // The rows the user filled in stay; only what the module answered is shown in their place.
     if (!result.isEmpty())

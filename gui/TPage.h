@@ -98,15 +98,26 @@ protected:
                        TKeyValueList* result = nullptr);
     /// The "Set" flow: refuses invalid input at its field (nothing is sent), else runs `command` with
     /// the rows' ReadKeyValues(); on success fills the rows the result names and marks the group read.
-    bool RunSetCommand(const QString& command, TGuiItemList& items);
+    /// With `keys`, only those rows are checked and sent (a command that takes part of a group).
+    bool RunSetCommand(const QString& command, TGuiItemList& items, const QStringList& keys = QStringList());
     /// The same with the parameters that `parameters` makes of the checked rows: for a command that
-    /// takes only some of the rows, or that reads a number in another way than it is typed.
+    /// reads a number in another way than it is typed.
     bool RunSetCommand(const QString& command, TGuiItemList& items,
                        const std::function<TKeyValueList(const TGuiItemList&)>& parameters);
     /// Runs `command` on the selected device as part of the running action (or as an action of its
     /// own). Refused without a device or while the module waits for another request; false when
     /// refused or when the command fails.
     bool RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result);
+    /// Like RunCommand for work that talks to the selected module's controller itself (a configuration
+    /// template): refused the same way, counted as a command of the action, and when `work` returns
+    /// false its `error` text ("error - ...", a status text) ends the action as a command failure would.
+    bool RunOnDevice(const std::function<bool(TRadioController& device, QString& error)>& work);
+    /// Checks the input rules of the rows (only those of `keys` when given); a refused value refuses
+    /// the running action (nothing is sent) and gets the focus. False when refused.
+    bool CheckInput(TGuiItemList& items, const QStringList& keys = QStringList());
+    /// How the running action ends when its commands all succeed (e.g. "The module restarted" once a
+    /// reset module has announced itself); a failure outcome fails the action (the first failure wins).
+    void SetActionOutcome(const TCommandOutcome& outcome);
     /// The port of the module the last command went to ("" before any).
     QString LastCommandPort() const { return m_lastPort; }
     /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.
@@ -114,6 +125,8 @@ protected:
     void ShowOutcome(const TCommandOutcome& outcome);
 
 private:
+    /// The common end of both set flows: send, show what the module answered, mark the rows read.
+    bool SendSetCommand(const QString& command, TGuiItemList& items, const TKeyValueList& parameters);
     struct Action;
     void ReportMissing(const QString& statusText, const QString& title, const QString& text);
     void Fail(const TCommandOutcome& outcome);

@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QRegularExpression>
+#include <QStringList>
 
 #include "sap/TDeviceTypes.h"
 #include "sap/TRtcTime.h"
@@ -175,6 +176,12 @@ int Decode(const TFieldLayoutEntry* layout, const quint8* payload, int length, i
 bool Pack(const TFieldLayoutEntry* layout, const TKeyValueList& params, QByteArray& payload, QString& error)
 {
     QByteArray out;
+    // Reserved fields go back as they were read: the nth "Reserved" parameter fills the nth one.
+    QStringList reserved;
+    for (const TKeyValueList::Item& item : params)
+        if (item.first == QLatin1String("Reserved"))
+            reserved << item.second;
+    int reservedUsed = 0;
     for (; layout && layout->name; ++layout) {
         const FieldType type = ParseType(layout->type);
         const QString name = FieldName(layout->name);
@@ -182,17 +189,21 @@ bool Pack(const TFieldLayoutEntry* layout, const TKeyValueList& params, QByteArr
             error = QStringLiteral("error - unknown field type %1 of %2").arg(QLatin1String(layout->type), name);
             return false;
         }
+        QString value;
         if (name == QLatin1String("Reserved")) {
-            out.append(QByteArray(type.size, '\0'));
-            continue;
-        }
-        if (!params.Contains(name)) {
+            if (reservedUsed >= reserved.size()) {
+                out.append(QByteArray(type.size, '\0'));
+                continue;
+            }
+            value = reserved.at(reservedUsed++);
+        } else if (!params.Contains(name)) {
             if (QLatin1String(layout->name).contains(QLatin1String("Optional:")))
                 break;
             error = QStringLiteral("error - parameter missing: %1").arg(name);
             return false;
+        } else {
+            value = params.Value(name);
         }
-        const QString value = params.Value(name);
         const QString invalid = QStringLiteral("error - invalid value for %1: \"%2\"").arg(name, value);
         switch (type.kind) {
         case Kind::Octets: {

@@ -7,7 +7,9 @@
 
 /// The one routine that turns payloads into records and parameter records into payloads, driven by
 /// a layout table. Multi-byte values are little-endian. A name starting "Optional:" may be missing
-/// (packing stops there; decoding stops when the payload does). "Reserved" fields are packed as zeros.
+/// (packing stops there; decoding stops when the payload does). "Reserved" fields take the parameters
+/// named "Reserved" in order, so that a record read from the module goes back as it came; without
+/// them they are packed as zeros.
 /// Octet sequences of up to 16 octets (EUIs, keys) must be given in full; longer ones are data and
 /// may be shorter than their limit.
 namespace TFieldLayout {

@@ -19,12 +19,15 @@ inline QString IsolateUserDirectories()
 }
 }
 
-#define TESSERA_TEST_MAIN(TestClass)                                  \
+/// The main of a test that needs `Application` (QApplication for widgets).
+#define TESSERA_TEST_MAIN_WITH(Application, TestClass)                \
     int main(int argc, char** argv)                                   \
     {                                                                 \
         TestEnvironment::IsolateUserDirectories();                    \
-        QCoreApplication app(argc, argv);                             \
+        Application app(argc, argv);                                  \
         TestClass test;                                               \
         QTEST_SET_MAIN_SOURCE_PATH                                    \
         return QTest::qExec(&test, argc, argv);                       \
     }
+
+#define TESSERA_TEST_MAIN(TestClass) TESSERA_TEST_MAIN_WITH(QCoreApplication, TestClass)

@@ -3,11 +3,13 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
 #include "gui/TGuiItemList.h"
+#include "sap/TFieldLayout.h"
 
 namespace {
 const QString kGet = QStringLiteral("Get");
@@ -58,6 +60,8 @@ TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descr
     items->SetStaleNote(note);
     if (above)
         items->FollowStale(above);
+    m_groupLayout = layout;
+    m_groupNote = note;
     m_buttons = new QHBoxLayout;
     layout->addLayout(m_buttons);
     m_buttons->addStretch(1);
@@ -69,18 +73,57 @@ TGuiItemList& TFormPage::AddGroup(const QString& title, const QStringList& descr
 
 QPushButton* TFormPage::AddButton(const QString& text, const QString& toolTip, std::function<void()> action)
 {
+    QPushButton* button = PlaceButton(text, text == kGet ? toolTip + QStringLiteral(" (F5)") : toolTip);
+    connect(button, &QPushButton::clicked, this, [this, button, toolTip, action] { RunAction(button, toolTip, action); });
+    return button;
+}
+
+QPushButton* TFormPage::PlaceButton(const QString& text, const QString& toolTip)
+{
     if (!m_buttons) {
         m_buttons = new QHBoxLayout;
         m_body->addLayout(m_buttons);
         m_buttons->addStretch(1);
     }
     auto* button = new QPushButton(text, m_body->parentWidget());
-    button->setToolTip(text == kGet ? toolTip + QStringLiteral(" (F5)") : toolTip);
-    connect(button, &QPushButton::clicked, this, [this, button, toolTip, action] { RunAction(button, toolTip, action); });
+    button->setToolTip(toolTip);
     // Buttons line up from the left, under the fields they act on, so a narrow page never hides them.
     m_buttons->insertWidget(m_buttons->count() - 1, button);
     m_buttonList << button;
     return button;
+}
+
+QPushButton* TFormPage::AddConfirmedButton(const QString& text, const QString& toolTip, const QString& question, std::function<void()> action)
+{
+    return AddButton(text, toolTip, [this, text, question, action] {
+        QMessageBox box(QMessageBox::Question, text, question, QMessageBox::Yes | QMessageBox::No, this);
+        box.setDefaultButton(QMessageBox::No);
+        if (box.exec() == QMessageBox::Yes)
+            action();
+    });
+}
+
+QPushButton* TFormPage::AddControlButton(const QString& text, const QString& toolTip, std::function<void()> handler)
+{
+    QPushButton* button = PlaceButton(text, toolTip);
+    connect(button, &QPushButton::clicked, this, [handler] { handler(); });
+    return button;
+}
+
+void TFormPage::AddToGroup(QWidget* widget)
+{
+    if (m_groupLayout)
+        m_groupLayout->insertWidget(m_groupLayout->indexOf(m_groupNote), widget);
+    else
+        m_body->addWidget(widget);
+}
+
+QGroupBox* TFormPage::GroupBox(const QString& title) const
+{
+    for (QGroupBox* box : m_body->parentWidget()->findChildren<QGroupBox*>(QString(), Qt::FindDirectChildrenOnly))
+        if (box->title() == title)
+            return box;
+    return nullptr;
 }
 
 void TFormPage::AddNote(const QString& text)
@@ -93,6 +136,17 @@ void TFormPage::AddNote(const QString& text)
 void TFormPage::Finish()
 {
     m_body->addStretch(1);
+}
+
+QStringList TFormPage::ParameterNames(const TFieldLayoutEntry* layout)
+{
+    QStringList names;
+    for (; layout && layout->name; ++layout) {
+        const QString name = TFieldLayout::FieldName(layout->name);
+        if (name != QLatin1String("Reserved") && !names.contains(name))
+            names << name;
+    }
+    return names;
 }
 
 bool TFormPage::RunGet()

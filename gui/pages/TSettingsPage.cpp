@@ -126,6 +126,9 @@ TSettingsPage::TSettingsPage(const QString& title, QWidget* parent)
     }
     Finish();
     RefreshPage();
+    // What "Discover Devices" found is the outcome of that button.
+    connect(&TDeviceManager::Instance(), &TDeviceManager::EvDiscoverySummary, this,
+            [this](const QString& text) { ShowOutcome(TCommandOutcome(TCommandOutcome::None, text)); });
 }
 
 bool TSettingsPage::AddPattern(const QString& pattern)

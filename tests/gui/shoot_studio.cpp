@@ -1,11 +1,13 @@
 // tessera-screenshots: pictures of the studio for the README (each theme at 1600x1000, 1024x768
-// with a refused input and with a module that went away, the two LoRaWAN pages of a joined node),
-// taken with a virtual module on a pseudo-terminal. Usage: tessera-screenshots OUTPUT_DIRECTORY
+// with a refused input and with a module that went away, the two LoRaWAN pages of a joined node,
+// the device and production pages with data), taken with virtual modules on pseudo-terminals.
+// Usage: tessera-screenshots OUTPUT_DIRECTORY
 // (run with QT_QPA_PLATFORM=offscreen).
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QComboBox>
+#include <QGroupBox>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
@@ -22,7 +24,9 @@
 #include "gui/TButtonBox.h"
 #include "gui/pages/TFormPage.h"
 #include "gui/pages/TNodeServicePage.h"
+#include "gui/pages/TNodeTestPage.h"
 #include "status/TTableCtrl.h"
+#include "tools/sim/TSimProductionSupport.h"
 #include "settings/TSettings.h"
 #include "status/TStatusWindow.h"
 #include "tools/sim/TSimLoRaWAN.h"
@@ -70,6 +74,15 @@ void Choose(TFormPage* page, const char* group, const char* key, int id)
 {
     if (auto* combo = qobject_cast<QComboBox*>(page->Group(QString::fromLatin1(group))->FindItem(QString::fromLatin1(key))))
         combo->setCurrentIndex(combo->findData(id));
+}
+
+/// Fills rows of a page's group as the user would choose them.
+void Enter(TFormPage* page, const char* group, std::initializer_list<std::pair<const char*, const char*>> values)
+{
+    TKeyValueList record;
+    for (const auto& value : values)
+        record.Append(QString::fromLatin1(value.first), QString::fromLatin1(value.second));
+    page->Group(QString::fromLatin1(group))->SetItems(record, false);
 }
 
 void Click(TFormPage* page, const char* button)
@@ -191,6 +204,59 @@ int main(int argc, char** argv)
         Click(config, "Set Join Parameters");
         Click(config, "Get");
         ok = Save(window, out, QStringLiteral("lorawan-configuration.png")) && ok;
+        window.close();
+    }
+
+    // The device and production pages, with a dual-stack module that loses a quarter of its test packets.
+    {
+        auto production = std::make_unique<TSimModule>();
+        production->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        const QString productionPort = links.filePath(QStringLiteral("ttyVELTO1"));
+        if (!production->Open() || !production->CreateLink(productionPort))
+            return 1;
+        static_cast<TSimProductionSupport*>(production->Service(TSimProductionSupport::kSapId))->SetTestPacketLoss(25);
+        TDeviceManager::Instance().AddTemporaryPort(productionPort);
+        ForgetLayout();
+        TMainWindow window;
+        window.ApplyTheme(QStringLiteral("Manhattan"));
+        window.resize(1600, 1000);
+        window.show();
+        ok = WaitFor([&] { return TDeviceManager::Instance().DeviceByPort(productionPort) != nullptr; }) && ok;
+        TDeviceManager::Instance().SelectDevice(productionPort);
+
+        TFormPage* config = Page(window, "Device Management/Device Configuration");
+        Enter(config, "Device Configuration", {{"PowerSaving", "0"}, {"ExtraOptions", "5"}});
+        Click(config, "Set");
+        Enter(config, "Radio Stack", {{"RadioStack", "1"}});
+        Click(config, "Set Radio Stack");
+        Click(config, "Get");
+        Click(config, "Get Radio Stack");
+        Click(config, "Get Operation Mode");
+        ok = Save(window, out, QStringLiteral("device-configuration.png")) && ok;
+
+        TFormPage* factory = Page(window, "Extras/Customer Settings");
+        Enter(factory, "Calibration Value", {{"CalibrationID", "2"}});
+        Click(factory, "Get Calibration Value");
+        Enter(factory, "Measurement", {{"MeasurementID", "1"}});
+        Click(factory, "Get Measurement Value");
+        Enter(factory, "GPIO Ports", {{"OutputMask", "0x000F"}, {"OutputLevels", "0x0005"}});
+        Click(factory, "Set GPIO Ports");
+        Click(factory, "Read Pin Levels");
+        ok = Save(window, out, QStringLiteral("customer-settings.png")) && ok;
+
+        auto* radio = qobject_cast<TNodeTestPage*>(Page(window, "Extras/Radio Tests"));
+        Enter(radio, "Radio Test", {{"TestMode", "3"}});
+        Click(radio, "Set Radio Test Mode");
+        ok = WaitFor([radio] { return radio->Table()->RowCount() >= 15; }) && ok;
+        Enter(radio, "Radio Test", {{"TestMode", "0"}});
+        Click(radio, "Set Radio Test Mode");
+        Enter(radio, "Test Run", {{"RepeatCount", "5"}, {"RepeatInterval", "100"}});
+        Click(radio, "Start Test Run");
+        ok = WaitFor([radio] { return !radio->IsRunning(); }) && ok;
+        ok = WaitFor([radio] { return radio->Table()->RowCount() >= 20 && radio->Group(QStringLiteral("Test Packets"))->ReadKeyValues().Value(QStringLiteral("Packets")) == QString::number(radio->Table()->RowCount()); }) && ok;
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        radio->ScrollArea()->verticalScrollBar()->setValue(radio->GroupBox(QStringLiteral("Test Run"))->y() - 8);
+        ok = Save(window, out, QStringLiteral("radio-tests.png")) && ok;
         window.close();
     }
     return ok ? 0 : 1;

@@ -144,8 +144,8 @@ private slots:
         QCOMPARE(window.windowTitle(), QStringLiteral("Velto LoRaWAN Tessera"));
         QCOMPARE(window.Sections()->SectionTitles(),
                  (QStringList{"LoRaWAN Services", "Osprey Services", "Device Management", "Extras"}));
-        QCOMPARE(window.Sections()->Pages().size(), 14);
-        QCOMPARE(window.Sections()->PageStack()->count(), 14);
+        QCOMPARE(window.Sections()->Pages().size(), 15);
+        QCOMPARE(window.Sections()->PageStack()->count(), 15);
         for (const QString& path : PageTitles(TMainWindow::SectionTable(false)))
             QVERIFY2(window.Sections()->Page(path.section(QLatin1Char('/'), 0, 0), path.section(QLatin1Char('/'), 1)), qPrintable(path));
         QStringList menus;
@@ -424,7 +424,7 @@ private slots:
         {
             TMainWindow window;
             QCOMPARE(window.windowTitle(), QStringLiteral("Velto LoRaWAN Tessera (Developer Mode) (Approval Test)"));
-            QCOMPARE(window.Sections()->Pages().size(), 14);
+            QCOMPARE(window.Sections()->Pages().size(), 15);
         }
         s.WriteValue(QStringLiteral("Special"), QStringLiteral("DeveloperPWD"), QString());
         s.WriteValue(QStringLiteral("Special"), QStringLiteral("ApprovalTest"), QStringLiteral("no"));

@@ -217,6 +217,10 @@ private slots:
         result.clear();
         QVERIFY(m_dm->GetDeviceConfig(result));
         QCOMPARE(result.ToText(QStringLiteral("|")), QStringLiteral("Reserved: 90|PowerSaving: 0|Reserved: 165|ExtraOptions: 2"));
+        // ... and a record read from the module goes back with them.
+        result.Set(QStringLiteral("PowerSaving"), QStringLiteral("1"));
+        QVERIFY(m_dm->SetDeviceConfig(result));
+        QCOMPARE(requests.last().at(2).toByteArray(), Bytes("5A 01 A5 02"));
         raw.clear();
         QVERIFY(!Invoke(m_dm.get(), "SendTestCommand", Params({{"SapID", "1"}, {"MsgID", "0x25"}, {"MsgPayload", "00 02 00 00"}}), &raw));
         QCOMPARE(raw.Value("MsgPayload"), QStringLiteral("03"));

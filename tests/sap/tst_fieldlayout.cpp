@@ -135,6 +135,7 @@ private slots:
                                              << QByteArray::fromHex("00050102030401EFBE");
         QTest::newRow("hex field without prefix") << Params({{"Rate", "5"}, {"Key", "0x01020304"}, {"Mask1", "1"}, {"Mask2", "beef"}})
                                                   << QByteArray::fromHex("00050102030401EFBE");
+        QTest::newRow("reserved as read") << Params({{"Reserved", "90"}, {"Rate", "5"}, {"Key", "01020304"}}) << QByteArray::fromHex("5A0501020304");
     }
     void pack_exactBytes()
     {
@@ -162,6 +163,8 @@ private slots:
         QTest::addColumn<TKeyValueList>("params");
         QTest::addColumn<QString>("error");
         QTest::newRow("missing key") << Params({{"Rate", "5"}}) << "error - parameter missing: Key";
+        QTest::newRow("reserved out of range") << Params({{"Reserved", "256"}, {"Rate", "5"}, {"Key", "01020304"}})
+                                               << "error - invalid value for Reserved: \"256\" (0..255)";
         QTest::newRow("number out of range") << Params({{"Rate", "256"}, {"Key", "01020304"}}) << "error - invalid value for Rate: \"256\" (0..255)";
         QTest::newRow("negative number") << Params({{"Rate", "-1"}, {"Key", "01020304"}}) << "error - invalid value for Rate: \"-1\" (0..255)";
         QTest::newRow("not a number") << Params({{"Rate", "five"}, {"Key", "01020304"}}) << "error - invalid value for Rate: \"five\" (0..255)";

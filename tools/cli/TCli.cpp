@@ -368,21 +368,10 @@ int TCli::RegTable(const QString& chipName, const QStringList& freqs, const QStr
     TRegTable::Chip chip;
     if (!TRegTable::ParseChip(chipName, chip))
         return Usage(QStringLiteral("--chip wants SX1272, SX1276 or SX1280"));
-    auto numbers = [](const QStringList& texts, QList<double>& values, QString& bad) {
-        for (const QString& t : texts) {
-            bool ok = false;
-            const double v = t.toDouble(&ok);
-            if (!ok || v <= 0) {
-                bad = t;
-                return false;
-            }
-            values << v;
-        }
-        return true;
-    };
     QList<double> f, r, d, b;
     QString bad;
-    if (!numbers(freqs, f, bad) || !numbers(rates, r, bad) || !numbers(fdevs, d, bad) || !numbers(bws, b, bad))
+    if (!TRegTable::ParseValues(freqs, f, bad) || !TRegTable::ParseValues(rates, r, bad) || !TRegTable::ParseValues(fdevs, d, bad)
+        || !TRegTable::ParseValues(bws, b, bad))
         return Usage(QStringLiteral("\"%1\" is not a positive number").arg(bad));
     if (f.isEmpty() && r.isEmpty() && d.isEmpty() && b.isEmpty())
         return Usage(QStringLiteral("regtable needs at least one --freq, --bitrate, --fdev or --rxbw"));

@@ -51,10 +51,15 @@ bool Parse(const TFieldLayoutEntry* layout, const QByteArray& payload, TKeyValue
 {
     TKeyValueList fields;
     TFieldLayout::Decode(layout, payload, 0, fields);
-    // Packing what was read must give the request back: nothing short, nothing extra.
+    // Packing what was read must give the request back: nothing short, nothing extra, and
+    // reserved fields zero (they are packed as zeros when not given).
+    TKeyValueList given;
+    for (const TKeyValueList::Item& item : qAsConst(fields))
+        if (item.first != QLatin1String("Reserved"))
+            given.append(item);
     QByteArray again;
     QString error;
-    if (!TFieldLayout::Pack(layout, fields, again, error) || again != payload)
+    if (!TFieldLayout::Pack(layout, given, again, error) || again != payload)
         return false;
     record = fields;
     return true;
