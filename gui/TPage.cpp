@@ -6,8 +6,11 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
+#include <QSet>
 #include <QStyle>
 #include <QTimerEvent>
+
+#include <memory>
 
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
@@ -247,16 +250,22 @@ bool TPage::RunGetCommand(const QString& command, TGuiItemList& items)
     return true;
 }
 
-bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
+bool TPage::AcceptInput(TGuiItemList& items)
 {
     QString problem;
     QWidget* field = nullptr;
-    if (!items.Validate(&problem, &field)) {
-        Refuse(TCommandOutcome::Refused(TCommandOutcome::Invalid, problem));
-        if (field)
-            field->setFocus();
+    if (items.Validate(&problem, &field))
+        return true;
+    Refuse(TCommandOutcome::Refused(TCommandOutcome::Invalid, problem));
+    if (field)
+        field->setFocus();
+    return false;
+}
+
+bool TPage::RunSetCommand(const QString& command, TGuiItemList& items)
+{
+    if (!AcceptInput(items))
         return false;
-    }
     TKeyValueList result;
     if (!RunCommand(command, items.ReadKeyValues(), result))
         return false;
@@ -294,6 +303,23 @@ void TPage::ShowOutcome(const TCommandOutcome& outcome)
     m_resultLine->style()->polish(m_resultLine);
     QAccessibleEvent changed(m_resultLine, QAccessible::NameChanged);
     QAccessible::updateAccessibility(&changed);
+}
+
+void TPage::FollowModules(const std::function<void(TRadioController*)>& attach)
+{
+    auto followed = std::make_shared<QSet<TRadioController*>>();
+    auto follow = [this, attach, followed](const QString& port) {
+        TRadioController* device = TDeviceManager::Instance().DeviceByPort(port);
+        if (!device || followed->contains(device))
+            return;
+        followed->insert(device);
+        connect(device, &QObject::destroyed, this, [followed, device] { followed->remove(device); });
+        attach(device);
+    };
+    TDeviceManager& devices = TDeviceManager::Instance();
+    connect(&devices, &TDeviceManager::EvLocalDeviceAdded, this, follow);
+    for (TRadioController* device : devices.Devices())
+        follow(device->PortName());
 }
 
 void TPage::WatchValues(TGuiItemList& items)

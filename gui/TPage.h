@@ -96,10 +96,17 @@ protected:
     /// The "Set" flow: refuses invalid input at its field (nothing is sent), else runs `command` with
     /// the rows' ReadKeyValues(); on success fills the rows the result names and marks the group read.
     bool RunSetCommand(const QString& command, TGuiItemList& items);
+    /// Checks the input rules of `items` as "Set" does: a refused value refuses the running action
+    /// (nothing is sent) and its field gets the focus. For rows that are sent but never read back
+    /// (a message, its destination), or whose parameters the page converts before sending.
+    bool AcceptInput(TGuiItemList& items);
     /// Runs `command` on the selected device as part of the running action (or as an action of its
     /// own). Refused without a device or while the module waits for another request; false when
     /// refused or when the command fails.
     bool RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result);
+    /// Calls `attach` once for every module there is now and for each one found later (a module
+    /// found again gets a new controller and is attached again), e.g. to follow its events.
+    void FollowModules(const std::function<void(TRadioController*)>& attach);
     /// The port of the module the last command went to ("" before any).
     QString LastCommandPort() const { return m_lastPort; }
     /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.

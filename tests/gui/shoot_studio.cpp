@@ -1,10 +1,14 @@
 // tessera-screenshots: pictures of the studio for the README (each theme at 1600x1000, 1024x768
-// with a refused input and with a module that went away), taken with a virtual module on a pseudo-terminal. Usage: tessera-screenshots OUTPUT_DIRECTORY (run with QT_QPA_PLATFORM=offscreen).
+// with a refused input and with a module that went away, the three Osprey pages with a module that
+// receives traffic), taken with virtual modules on pseudo-terminals. Usage: tessera-screenshots
+// OUTPUT_DIRECTORY (run with QT_QPA_PLATFORM=offscreen).
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTimer>
 
 #include <memory>
@@ -14,10 +18,14 @@
 #include "devices/TDeviceManager.h"
 #include "gui/TGuiItemList.h"
 #include "gui/TSectionCtrl.h"
+#include "gui/TSignalView.h"
+#include "gui/pages/TDataLinkPage.h"
 #include "gui/pages/TFormPage.h"
 #include "settings/TSettings.h"
+#include "status/TTableCtrl.h"
 #include "status/TStatusWindow.h"
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimTraffic.h"
 
 namespace {
 /// Runs the event loop until `done` holds or `ms` pass.
@@ -122,6 +130,40 @@ int main(int argc, char** argv)
         module.reset();   // unplugged
         ok = WaitFor([] { return TDeviceManager::Instance().SelectedDevice() == nullptr; }) && ok;
         ok = Save(window, out, QStringLiteral("studio-lost-1024x768.png")) && ok;
+        window.close();
+    }
+
+    // The Osprey pages: a dual-stack module that hears four nodes around it (rows and a moving plot).
+    {
+        ForgetLayout();
+        TSimModule osprey;
+        osprey.Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        osprey.Identity().deviceType = 0xB1;
+        const QString ospreyPort = links.filePath(QStringLiteral("ttyVELTO1"));
+        if (!osprey.Open() || !osprey.CreateLink(ospreyPort))
+            return 1;
+        TDeviceManager::Instance().AddTemporaryPort(ospreyPort);
+        TMainWindow window;
+        window.ApplyTheme(QStringLiteral("Manhattan"));
+        window.resize(1600, 1200);
+        window.show();
+        ok = WaitFor([] { return TDeviceManager::Instance().SelectedDevice() != nullptr; }) && ok;
+        Page(window, "Osprey Services/Osprey Configuration")->RunGet();
+        ok = Save(window, out, QStringLiteral("osprey-config.png")) && ok;
+        TFormPage* security = Page(window, "Osprey Services/Osprey Security");
+        security->Button(QStringLiteral("Get AES-128 Bit Key"))->click();
+        ok = Save(window, out, QStringLiteral("osprey-security.png")) && ok;
+
+        auto* link = qobject_cast<TDataLinkPage*>(Page(window, "Osprey Services/Osprey Data Link"));
+        TSimTraffic traffic(osprey);
+        traffic.Start(20);
+        link->Button(QStringLiteral("Send C-Message"))->click();
+        const TSignalView* signal = link->SignalView();
+        ok = WaitFor([signal] { return signal->Stats().Counters().received >= 300; }, 30000) && ok;
+        traffic.Stop();
+        ok = WaitFor([signal] { return signal->ShownRevision() == signal->Stats().Revision(); }) && ok;
+        link->ScrollArea()->verticalScrollBar()->setValue(link->Table()->y());   // the rows and the plot
+        ok = Save(window, out, QStringLiteral("osprey-datalink.png")) && ok;
         window.close();
     }
     return ok ? 0 : 1;
