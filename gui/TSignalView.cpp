@@ -230,7 +230,9 @@ TSignalView::Lines& TSignalView::LinesOf(const QString& source)
     for (const Target& target : targets) {
         auto* series = new QLineSeries;
         series->setName(source);
-        series->setPen(QPen(colour, 1));
+        QPen pen(colour, 1);
+        pen.setCosmetic(true);   // drawn as plain lines, not stroked as outlines: thousands of points stay cheap
+        series->setPen(pen);
         target.chart->addSeries(series);
         series->attachAxis(target.time);
         series->attachAxis(target.value);
@@ -298,48 +300,44 @@ void TSignalView::RedrawCharts()
 {
     m_chartsDirty = false;
     m_shownRevision = m_stats.Revision();
-    const QStringList sources = m_stats.SeriesSources();
-    for (auto it = m_lines.begin(); it != m_lines.end(); ++it) {
-        if (!sources.contains(it.key())) {
-            it->rssi->replace(QVector<QPointF>());
-            it->snr->replace(QVector<QPointF>());
-        }
-    }
+    struct Kept {
+        QVector<QPointF> rssi;
+        QVector<QPointF> snr;
+    };
+    QMap<QString, Kept> kept;
     qint64 oldest = std::numeric_limits<qint64>::max();
     qint64 newest = std::numeric_limits<qint64>::min();
-    double rssiLow = 0, rssiHigh = 0, snrLow = 0, snrHigh = 0;
-    bool any = false;
-    for (const QString& source : sources) {
-        const QVector<QPointF> rssi = Thin(m_stats.RssiSeries(source));
-        const QVector<QPointF> snr = Thin(m_stats.SnrSeries(source));
-        if (rssi.isEmpty())
+    double rssiLow = -120, rssiHigh = -40, snrLow = -15, snrHigh = 10;   // before the first point
+    for (const QString& source : m_stats.SeriesSources()) {
+        Kept lines{Thin(m_stats.RssiSeries(source)), Thin(m_stats.SnrSeries(source))};
+        if (lines.rssi.isEmpty())
             continue;
-        Lines& lines = LinesOf(source);
-        lines.rssi->replace(rssi);
-        lines.snr->replace(snr);
-        oldest = qMin(oldest, qint64(rssi.first().x()));
-        newest = qMax(newest, qint64(rssi.last().x()));
-        if (!any) {
-            rssiLow = rssiHigh = rssi.first().y();
-            snrLow = snrHigh = snr.first().y();
-            any = true;
+        if (kept.isEmpty()) {
+            rssiLow = rssiHigh = lines.rssi.first().y();
+            snrLow = snrHigh = lines.snr.first().y();
         }
-        for (const QPointF& p : rssi) {
+        oldest = qMin(oldest, qint64(lines.rssi.first().x()));
+        newest = qMax(newest, qint64(lines.rssi.last().x()));
+        for (const QPointF& p : qAsConst(lines.rssi)) {
             rssiLow = qMin(rssiLow, p.y());
             rssiHigh = qMax(rssiHigh, p.y());
         }
-        for (const QPointF& p : snr) {
+        for (const QPointF& p : qAsConst(lines.snr)) {
             snrLow = qMin(snrLow, p.y());
             snrHigh = qMax(snrHigh, p.y());
         }
+        kept.insert(source, lines);
     }
-    if (!any) {
-        newest = QDateTime::currentMSecsSinceEpoch();
-        oldest = newest;
-        rssiLow = -120;
-        rssiHigh = -40;
-        snrLow = -15;
-        snrHigh = 10;
+    if (kept.isEmpty())
+        oldest = newest = QDateTime::currentMSecsSinceEpoch();
+
+    // Every change of a line or an axis lays the line out again: the lines are emptied before the
+    // axes move, so that each is laid out once, with its new points.
+    for (const Lines& lines : qAsConst(m_lines)) {
+        if (lines.rssi->count() > 0) {
+            lines.rssi->replace(QVector<QPointF>());
+            lines.snr->replace(QVector<QPointF>());
+        }
     }
     // The time axis ends at the newest point and spans the kept ones, within its limits.
     const qint64 windowMs = qint64(m_stats.WindowMinutes()) * 60 * 1000;
@@ -350,6 +348,11 @@ void TSignalView::RedrawCharts()
     m_snrTime->setRange(from, to);
     SetRange(m_rssiAxis, rssiLow, rssiHigh, 10);
     SetRange(m_snrAxis, snrLow, snrHigh, 5);
+    for (auto it = kept.constBegin(); it != kept.constEnd(); ++it) {
+        Lines& lines = LinesOf(it.key());
+        lines.rssi->replace(it->rssi);
+        lines.snr->replace(it->snr);
+    }
     emit EvRedrawn(m_shownRevision);
 }
 

@@ -32,7 +32,7 @@ class TSignalView : public QWidget
 public:
     static constexpr int kRedrawMs = 100;
     /// A series longer than this is thinned to the lowest and highest point of each slot.
-    static constexpr int kMaxShownPoints = 2000;
+    static constexpr int kMaxShownPoints = 800;
     /// From this width on the counters stand beside the charts; below it, under them.
     static constexpr int kBesideWidthPx = 1000;
     /// The time axis spans the kept points, at least this much and at most the window.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Writes the studio's pictures into docs/screenshots (1600x1000 in each theme, 1024x768), with a
-# virtual module, without a display.
+# Writes the studio's pictures into docs/screenshots (1600x1000 in each theme, 1024x768, the Osprey
+# pages), with virtual modules, without a display.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null

@@ -18,6 +18,8 @@ public:
     QLineEdit* KeyField() const { return m_key; }
     /// Shows the key (true) or hides it behind the password echo.
     void RevealKey(bool shown);
+    /// F5 reads the key.
+    bool RunGet() override;
 
 private:
     QLineEdit* m_key;
