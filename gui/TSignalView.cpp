@@ -31,6 +31,8 @@ const QString kRssiTitle = QStringLiteral("RSSI (dBm)");
 const QString kSnrTitle = QStringLiteral("SNR (dB)");
 const QString kPaused = QStringLiteral(" - paused");
 constexpr int kChartHeightPx = 230;
+constexpr int kTimeLabelPx = 110;
+constexpr int kMarkedPoints = 50;   ///< up to this many points a line shows each one   ///< room for one "hh:mm:ss" label of the time axis
 
 // Line colours of the sources in the order they first appear; dark enough for the light pages.
 const QColor kLineColours[] = {
@@ -136,7 +138,6 @@ TSignalView::TSignalView(const QString& owner, QWidget* parent)
     auto* charts = new QVBoxLayout;
     m_rssiChart = CreateChart(kRssiTitle, m_rssiTime, m_rssiAxis);
     m_snrChart = CreateChart(kSnrTitle, m_snrTime, m_snrAxis);
-    m_snrChart->legend()->hide();   // the same colours as above
     for (QChart* chart : {m_rssiChart, m_snrChart}) {
         auto* view = new QChartView(chart, this);
         view->setMinimumHeight(kChartHeightPx);
@@ -192,7 +193,9 @@ QChart* TSignalView::CreateChart(const QString& title, QDateTimeAxis*& x, QValue
     auto* chart = new QChart;
     chart->setBackgroundVisible(false);
     chart->setMargins(QMargins(2, 2, 2, 2));
-    chart->legend()->setAlignment(Qt::AlignTop);
+    // Beside the plot, one source a line: whole addresses on a narrow page, and both charts keep
+    // the same plot width, so their time axes line up.
+    chart->legend()->setAlignment(Qt::AlignRight);
     x = new QDateTimeAxis(chart);
     x->setFormat(QStringLiteral("hh:mm:ss"));
     x->setTickCount(5);
@@ -207,6 +210,12 @@ QChart* TSignalView::CreateChart(const QString& title, QDateTimeAxis*& x, QValue
     y->setLabelsFont(font());
     chart->addAxis(x, Qt::AlignBottom);
     chart->addAxis(y, Qt::AlignLeft);
+    // As many time labels as the plot's width holds whole.
+    connect(chart, &QChart::plotAreaChanged, x, [x](const QRectF& plot) {
+        const int ticks = qBound(2, int(plot.width()) / kTimeLabelPx + 1, 6);
+        if (x->tickCount() != ticks)
+            x->setTickCount(ticks);
+    });
     return chart;
 }
 
@@ -350,6 +359,17 @@ void TSignalView::RedrawCharts()
     SetRange(m_snrAxis, snrLow, snrHigh, 5);
     for (auto it = kept.constBegin(); it != kept.constEnd(); ++it) {
         Lines& lines = LinesOf(it.key());
+        // A source heard now and then shows its points (a single one makes no line), as large
+        // dots: a line draws its points by its pen's width.
+        const bool marked = it->rssi.size() <= kMarkedPoints;
+        for (QLineSeries* series : {lines.rssi, lines.snr}) {
+            if (series->pointsVisible() == marked)
+                continue;
+            QPen pen = series->pen();
+            pen.setWidth(marked ? 3 : 1);
+            series->setPen(pen);
+            series->setPointsVisible(marked);
+        }
         lines.rssi->replace(it->rssi);
         lines.snr->replace(it->snr);
     }
