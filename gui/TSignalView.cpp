@@ -225,7 +225,10 @@ TSignalView::Lines& TSignalView::LinesOf(const QString& source)
     if (it != m_lines.end())
         return *it;
     Lines lines;
-    const QColor colour = kLineColours[m_lines.size() % int(std::size(kLineColours))];
+    // A source keeps its colour while the view lives (or until Clear), also when its line goes.
+    const auto known = m_colours.constFind(source);
+    const int index = known != m_colours.constEnd() ? *known : *m_colours.insert(source, m_colours.size());
+    const QColor colour = kLineColours[index % int(std::size(kLineColours))];
     struct Target {
         QLineSeries** series;
         QChart* chart;
@@ -341,12 +344,22 @@ void TSignalView::RedrawCharts()
         oldest = newest = QDateTime::currentMSecsSinceEpoch();
 
     // Every change of a line or an axis lays the line out again: the lines are emptied before the
-    // axes move, so that each is laid out once, with its new points.
-    for (const Lines& lines : qAsConst(m_lines)) {
-        if (lines.rssi->count() > 0) {
-            lines.rssi->replace(QVector<QPointF>());
-            lines.snr->replace(QVector<QPointF>());
+    // axes move, so that each is laid out once, with its new points. A source whose points all
+    // left the window leaves the charts and their legends.
+    for (auto it = m_lines.begin(); it != m_lines.end();) {
+        if (!kept.contains(it.key())) {
+            m_rssiChart->removeSeries(it->rssi);
+            m_snrChart->removeSeries(it->snr);
+            delete it->rssi;
+            delete it->snr;
+            it = m_lines.erase(it);
+            continue;
         }
+        if (it->rssi->count() > 0) {
+            it->rssi->replace(QVector<QPointF>());
+            it->snr->replace(QVector<QPointF>());
+        }
+        ++it;
     }
     // The time axis ends at the newest point and spans the kept ones, within its limits.
     const qint64 windowMs = qint64(m_stats.WindowMinutes()) * 60 * 1000;
@@ -402,7 +415,8 @@ void TSignalView::SetPaused(bool paused)
 void TSignalView::Clear()
 {
     m_stats.Clear();
-    ScheduleRedraw();
+    Redraw();   // the lines go now, before the next source could take an old colour
+    m_colours.clear();
 }
 
 bool TSignalView::ExportCsv(const QString& path)

@@ -55,7 +55,7 @@ public:
     /// Writes the plotted points as CSV to `path` and says so in the status window; false on failure.
     bool ExportCsv(const QString& path);
 
-    /// The line of one source in each chart (null before its first point was shown).
+    /// The line of one source in each chart (null while it has no point in the window).
     QtCharts::QLineSeries* RssiSeries(const QString& source) const;
     QtCharts::QLineSeries* SnrSeries(const QString& source) const;
     QtCharts::QChart* RssiChart() const { return m_rssiChart; }
@@ -104,6 +104,7 @@ private:
     QtCharts::QValueAxis* m_rssiAxis = nullptr;
     QtCharts::QValueAxis* m_snrAxis = nullptr;
     QMap<QString, Lines> m_lines;
+    QHash<QString, int> m_colours;   ///< source → its line colour
     QHash<QString, QLabel*> m_counters;
     QTableWidget* m_sources;
 };

@@ -299,6 +299,18 @@ private slots:
                      .arg(host(0), host(1), host(3), host(6), host(7)));
         QVERIFY(!view.ExportCsv(dir.filePath(QStringLiteral("missing/signal.csv"))));
         QVERIFY(lines.last().at(0).toString().contains(QStringLiteral("Osprey Data Link:error - couldn't write CSV file: ")));
+
+        // "Clear": the lines leave the charts and their legends, the figures start again.
+        view.SetPaused(false);
+        QPushButton* clear = nullptr;
+        for (QPushButton* button : view.findChildren<QPushButton*>())
+            clear = button->text() == QStringLiteral("Clear") ? button : clear;
+        QVERIFY(clear);
+        clear->click();
+        QVERIFY(view.RssiChart()->series().isEmpty());
+        QVERIFY(view.SnrChart()->series().isEmpty());
+        QCOMPARE(view.CounterText("Received"), QStringLiteral("0"));
+        QCOMPARE(view.SourceTable()->rowCount(), 0);
     }
 
     void config_getSetResetRoundTrip()
