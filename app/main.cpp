@@ -15,6 +15,7 @@
 #ifdef TESSERA_DEMO
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimTraffic.h"
 #endif
 
 int main(int argc, char* argv[])
@@ -37,8 +38,17 @@ int main(int argc, char* argv[])
     std::unique_ptr<TSimModule> demo;
     if (app.arguments().contains(QStringLiteral("--demo"))) {
         demo = std::make_unique<TSimModule>();
+        // A dual-stack stick: the Osprey pages have a module too.
+        demo->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        demo->Identity().deviceType = 0xB1;
         if (!demo->Open())
             demo.reset();
+    }
+    // Two messages a second from the nodes around it: the Osprey Data Link plot moves.
+    std::unique_ptr<TSimTraffic> traffic;
+    if (demo) {
+        traffic = std::make_unique<TSimTraffic>(*demo);
+        traffic->Start(2);
     }
     // Once joined or activated, the demo network sends a downlink now and then: the LoRaWAN pages show Rx rows.
     if (auto* lw = demo ? dynamic_cast<TSimLoRaWAN*>(demo->Service(TSimLoRaWAN::kSapId)) : nullptr)

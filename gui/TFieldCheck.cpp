@@ -23,6 +23,14 @@ bool ParseNumber(const QString& text, qint64& value)
     return ok;
 }
 
+/// A decimal number written with a point ("868.1"), whatever the locale.
+bool ParseDecimal(const QString& text, double& value)
+{
+    bool ok = false;
+    value = text.trimmed().toDouble(&ok);
+    return ok;
+}
+
 bool Absent(const QString& text)
 {
     return text.trimmed().isEmpty() || text == TGuiItemList::kNotAvailable;
@@ -71,6 +79,13 @@ TFieldCheck* TFieldCheck::Attach(QWidget* editor, const QString& type, const QSt
             check->m_minimum = 0;
         if (!ParseNumber(maximum, check->m_maximum))
             check->m_maximum = 0;
+        check->m_decimal = minimum.contains(QLatin1Char('.')) || maximum.contains(QLatin1Char('.'));
+        if (check->m_decimal) {
+            if (!ParseDecimal(minimum, check->m_minimumReal))
+                check->m_minimumReal = 0;
+            if (!ParseDecimal(maximum, check->m_maximumReal))
+                check->m_maximumReal = 0;
+        }
     }
     if (hexed) {
         const QStringList bounds = hex.split(QLatin1Char('-'));
@@ -92,7 +107,7 @@ QString TFieldCheck::RangeText() const
 QString TFieldCheck::TextProblem(const QString& text) const
 {
     if (m_hexMinimum == 0 && text.trimmed().isEmpty() && !m_ranged && m_formats.isEmpty())
-        return QString();   // no bytes at all is a valid value here
+        return QString();   // "HexBytes:0-n": no bytes at all is a value (an empty message)
     if (Absent(text)) {
         if (m_ranged)
             return QStringLiteral("enter a number from %1").arg(RangeText());
@@ -105,9 +120,10 @@ QString TFieldCheck::TextProblem(const QString& text) const
     }
     if (m_ranged) {
         qint64 value = 0;
-        if (!ParseNumber(text, value))
+        double real = 0;
+        if (m_decimal ? !ParseDecimal(text, real) : !ParseNumber(text, value))
             return QStringLiteral("not a number: enter %1").arg(RangeText());
-        if (value < m_minimum || value > m_maximum)
+        if (m_decimal ? real < m_minimumReal || real > m_maximumReal : value < m_minimum || value > m_maximum)
             return QStringLiteral("%1 is outside %2").arg(text.trimmed(), RangeText());
     }
     if (m_hexMinimum >= 0) {

@@ -10,7 +10,8 @@ class QWidget;
 /// as a child of the editor, so the rule goes wherever the editor goes.
 ///
 /// Rules of a "LineEdit" come from its descriptor: "Mask:" (an input mask; every position must be
-/// filled), "MinValue:"/"MaxValue:" (a whole number, decimal or "0x" hexadecimal, in that range),
+/// filled), "MinValue:"/"MaxValue:" (a whole number, decimal or "0x" hexadecimal, in that range;
+/// a bound written with a decimal point, "137.0", makes it a decimal number such as "868.1"),
 /// "HexBytes:" ("16", or "0-51": that many bytes of hex digits, blanks allowed between them) and
 /// "Format:" (date/time formats separated by "|", e.g. "hh:mm:ss"). A "ComboBox" must have an item
 /// chosen, a "SpinBox" must hold a value inside its range. A masked field with a "HexBytes:" rule
@@ -45,8 +46,11 @@ private:
     QWidget* m_editor;
     QPointer<QLabel> m_reason;
     bool m_ranged = false;
+    bool m_decimal = false;   ///< the range takes decimal numbers ("868.1")
     qint64 m_minimum = 0;
     qint64 m_maximum = 0;
+    double m_minimumReal = 0;
+    double m_maximumReal = 0;
     QString m_minimumText;
     QString m_maximumText;
     int m_hexMinimum = -1;   ///< -1: no "HexBytes:" rule

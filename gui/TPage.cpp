@@ -6,8 +6,11 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
+#include <QSet>
 #include <QStyle>
 #include <QTimerEvent>
+
+#include <memory>
 
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
@@ -347,6 +350,23 @@ void TPage::ShowOutcome(const TCommandOutcome& outcome)
     m_resultLine->style()->polish(m_resultLine);
     QAccessibleEvent changed(m_resultLine, QAccessible::NameChanged);
     QAccessible::updateAccessibility(&changed);
+}
+
+void TPage::FollowModules(const std::function<void(TRadioController*)>& attach)
+{
+    auto followed = std::make_shared<QSet<TRadioController*>>();
+    auto follow = [this, attach, followed](const QString& port) {
+        TRadioController* device = TDeviceManager::Instance().DeviceByPort(port);
+        if (!device || followed->contains(device))
+            return;
+        followed->insert(device);
+        connect(device, &QObject::destroyed, this, [followed, device] { followed->remove(device); });
+        attach(device);
+    };
+    TDeviceManager& devices = TDeviceManager::Instance();
+    connect(&devices, &TDeviceManager::EvLocalDeviceAdded, this, follow);
+    for (TRadioController* device : devices.Devices())
+        follow(device->PortName());
 }
 
 void TPage::WatchValues(TGuiItemList& items)

@@ -118,6 +118,9 @@ protected:
     /// How the running action ends when its commands all succeed (e.g. "The module restarted" once a
     /// reset module has announced itself); a failure outcome fails the action (the first failure wins).
     void SetActionOutcome(const TCommandOutcome& outcome);
+    /// Calls `attach` once for every module there is now and for each one found later (a module
+    /// found again gets a new controller and is attached again), e.g. to follow its events.
+    void FollowModules(const std::function<void(TRadioController*)>& attach);
     /// The port of the module the last command went to ("" before any).
     QString LastCommandPort() const { return m_lastPort; }
     /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.

@@ -39,6 +39,8 @@ constexpr int kMaxAckData = 64;
 constexpr int kAESKeyBytes = 16;
 /// Bytes of the radio configuration after the status byte of GetRadioConfigRsp.
 constexpr int kRadioConfigRspBytes = 25;
+/// One step of the radio's synthesiser, the unit of "Frequency": 32 MHz / 2^19 (61.035 Hz).
+constexpr double kFrequencyStepHz = 32e6 / 524288.0;
 
 /// Broadcast addresses: a message to group 0xFF or to device 0xFFFF of a group is for everyone
 /// there, and nobody acknowledges it.

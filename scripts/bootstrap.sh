@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config
-  qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev libqt5svg5-dev
+  qtbase5-dev qtbase5-dev-tools libqt5serialport5-dev libqt5svg5-dev libqt5charts5-dev
   libftdi1-dev libudev-dev
   stm32flash srecord
   xvfb xauth

@@ -42,7 +42,7 @@ say "contents: all ${#required[@]} files present"
 
 # 2. Dependencies: the Qt libraries the programs link, the SVG plugin, and every one a real package here.
 depends=$(dpkg-deb -f "$deb" Depends)
-for needed in libqt5core5a libqt5network5 libqt5serialport5 libqt5widgets5 libqt5gui5 libqt5svg5; do
+for needed in libqt5core5a libqt5network5 libqt5serialport5 libqt5widgets5 libqt5gui5 libqt5charts5 libqt5svg5; do
   grep -qw "$needed" <<<"$depends" || fail "Depends lacks $needed: $depends"
 done
 for name in $(tr ',|' '\n\n' <<<"$depends" | sed 's/(.*//; s/ //g' | sort -u); do

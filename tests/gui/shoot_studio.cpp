@@ -1,8 +1,8 @@
 // tessera-screenshots: pictures of the studio for the README (each theme at 1600x1000, 1024x768
 // with a refused input and with a module that went away, the two LoRaWAN pages of a joined node,
-// the device and production pages with data), taken with virtual modules on pseudo-terminals.
-// Usage: tessera-screenshots OUTPUT_DIRECTORY
-// (run with QT_QPA_PLATFORM=offscreen).
+// the three Osprey pages with a module that receives traffic, the device and production pages
+// with data), taken with virtual modules on pseudo-terminals. Usage: tessera-screenshots
+// OUTPUT_DIRECTORY (run with QT_QPA_PLATFORM=offscreen).
 #include <QApplication>
 #include <QDir>
 #include <QEventLoop>
@@ -22,15 +22,19 @@
 #include "gui/TGuiItemList.h"
 #include "gui/TSectionCtrl.h"
 #include "gui/TButtonBox.h"
+#include "gui/TSignalView.h"
+#include "gui/pages/TDataLinkPage.h"
 #include "gui/pages/TFormPage.h"
 #include "gui/pages/TNodeServicePage.h"
 #include "gui/pages/TNodeTestPage.h"
 #include "status/TTableCtrl.h"
 #include "tools/sim/TSimProductionSupport.h"
 #include "settings/TSettings.h"
+#include "status/TTableCtrl.h"
 #include "status/TStatusWindow.h"
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
+#include "tools/sim/TSimTraffic.h"
 
 namespace {
 /// Runs the event loop until `done` holds or `ms` pass.
@@ -257,6 +261,40 @@ int main(int argc, char** argv)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
         radio->ScrollArea()->verticalScrollBar()->setValue(radio->GroupBox(QStringLiteral("Test Run"))->y() - 8);
         ok = Save(window, out, QStringLiteral("radio-tests.png")) && ok;
+        window.close();
+    }
+
+    // The Osprey pages: a dual-stack module that hears four nodes around it (rows and a moving plot).
+    {
+        ForgetLayout();
+        TSimModule osprey;
+        osprey.Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
+        osprey.Identity().deviceType = 0xB1;
+        const QString ospreyPort = links.filePath(QStringLiteral("ttyVELTO2"));
+        if (!osprey.Open() || !osprey.CreateLink(ospreyPort))
+            return 1;
+        TDeviceManager::Instance().AddTemporaryPort(ospreyPort);
+        TMainWindow window;
+        window.ApplyTheme(QStringLiteral("Manhattan"));
+        window.resize(1600, 1200);
+        window.show();
+        ok = WaitFor([] { return TDeviceManager::Instance().SelectedDevice() != nullptr; }) && ok;
+        Page(window, "Osprey Services/Osprey Configuration")->RunGet();
+        ok = Save(window, out, QStringLiteral("osprey-config.png")) && ok;
+        TFormPage* security = Page(window, "Osprey Services/Osprey Security");
+        security->Button(QStringLiteral("Get AES-128 Bit Key"))->click();
+        ok = Save(window, out, QStringLiteral("osprey-security.png")) && ok;
+
+        auto* link = qobject_cast<TDataLinkPage*>(Page(window, "Osprey Services/Osprey Data Link"));
+        TSimTraffic traffic(osprey);
+        traffic.Start(20);
+        link->Button(QStringLiteral("Send C-Message"))->click();
+        const TSignalView* signal = link->SignalView();
+        ok = WaitFor([signal] { return signal->Stats().Counters().received >= 300; }, 30000) && ok;
+        traffic.Stop();
+        ok = WaitFor([signal] { return signal->ShownRevision() == signal->Stats().Revision(); }) && ok;
+        link->ScrollArea()->verticalScrollBar()->setValue(link->Table()->y());   // the rows and the plot
+        ok = Save(window, out, QStringLiteral("osprey-datalink.png")) && ok;
         window.close();
     }
     return ok ? 0 : 1;

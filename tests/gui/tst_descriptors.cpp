@@ -337,6 +337,12 @@ private slots:
         QTest::newRow("range no number") << range << "12a" << "not a number: enter 0 to 255";
         QTest::newRow("range n.a.") << range << "n.a." << "enter a number from 0 to 255";
         QTest::newRow("range signed") << "Value:0;MinValue:-128;MaxValue:0x7F" << "-128" << "";
+        const QString decimal = QStringLiteral("Value:n.a.;MinValue:137.0;MaxValue:1020.0");
+        QTest::newRow("decimal in") << decimal << "868.099976" << "";
+        QTest::newRow("decimal whole") << decimal << "1020" << "";
+        QTest::newRow("decimal above") << decimal << "1020.5" << "1020.5 is outside 137.0 to 1020.0";
+        QTest::newRow("decimal comma") << decimal << "868,1" << "not a number: enter 137.0 to 1020.0";
+        QTest::newRow("decimal n.a.") << decimal << "n.a." << "enter a number from 137.0 to 1020.0";
         QTest::newRow("hex exact") << "Value:n.a.;HexBytes:4" << "01 02 0A ff" << "";
         QTest::newRow("hex prefixed") << "Value:n.a.;HexBytes:4" << "0x01 0x02 0x03 0x4" << "";
         QTest::newRow("hex short") << "Value:n.a.;HexBytes:4" << "010203" << "4 hex bytes needed, 3 given";
@@ -346,6 +352,8 @@ private slots:
         QTest::newRow("hex range") << "Value:n.a.;HexBytes:0-2" << "01 02 03" << "0 to 2 hex bytes needed, 3 given";
         QTest::newRow("hex none") << "Value:n.a.;HexBytes:0-2" << "" << "";
         QTest::newRow("hex masked short") << "Value:;Mask:HH HH HH;HexBytes:3" << "0102" << "3 hex bytes needed, 2 given";
+        QTest::newRow("hex none n.a.") << "Value:n.a.;HexBytes:0-2" << "n.a." << "enter 0 to 2 hex bytes";
+        QTest::newRow("hex none needed") << "Value:n.a.;HexBytes:1-2" << "" << "enter 1 to 2 hex bytes";
         QTest::newRow("time") << "Value:n.a.;Format:hh:mm:ss" << "23:59:59" << "";
         QTest::newRow("time wrong") << "Value:n.a.;Format:hh:mm:ss" << "24:00:00" << "not in the form hh:mm:ss";
         const QString dateTime = QStringLiteral("Value:n.a.;Format:yyyy-MM-dd hh:mm:ss|dd.MM.yyyy hh:mm:ss");

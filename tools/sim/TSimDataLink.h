@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "base/TKeyValueList.h"
+#include "sap/DataLinkLayouts.h"
 #include "tools/sim/TSimAir.h"
 #include "tools/sim/TSimService.h"
 
@@ -36,7 +37,7 @@ public:
     static constexpr qint16 kRssiDbm = -72;
     static constexpr qint8 kSnrDb = 8;
     /// Synthesiser step of the radio: 32 MHz / 2^19.
-    static constexpr double kFrequencyStepHz = 32e6 / 524288.0;
+    static constexpr double kFrequencyStepHz = DataLinkLayouts::kFrequencyStepHz;
     static constexpr double kMinFrequencyHz = 137e6;
     static constexpr double kMaxFrequencyHz = 1020e6;
     static constexpr qint8 kMinPowerDbm = -4;
