@@ -10,7 +10,6 @@ Stm32CommandBase::Stm32CommandBase(int code, int expectedBytes, QObject* parent)
     , m_expectedBytes(expectedBytes)
 {
     m_timer.setSingleShot(true);
-    m_timer.setInterval(kResponseTimeoutMs);
     connect(&m_timer, &QTimer::timeout, this, &Stm32CommandBase::onTimeout);
 }
 
@@ -88,11 +87,11 @@ QString Stm32CommandBase::TimeStamp()
     return now.toString(QStringLiteral("dd.MM.yyyy")) + now.toString(QStringLiteral("_hh:mm:ss:zzz"));
 }
 
-void Stm32CommandBase::sendBytes(const QByteArray& bytes)
+void Stm32CommandBase::sendBytes(const QByteArray& bytes, int extraMs)
 {
     if (m_port && m_port->isOpen())
         m_port->readAll();
-    m_timer.start();
+    m_timer.start(m_responseTimeoutMs + extraMs);
     qDebug().noquote() << QStringLiteral("send data %1 %2").arg(Hex(bytes), TimeStamp());
     if (!m_port || !m_port->isOpen()) {
         qDebug().noquote() << "no open port: nothing sent";
@@ -100,6 +99,8 @@ void Stm32CommandBase::sendBytes(const QByteArray& bytes)
     }
     if (m_port->write(bytes) != bytes.size())
         qDebug().noquote() << "write failed:" << m_port->errorString();
+    // Out now, not on the next turn of the event loop: each answer waits for this frame.
+    m_port->flush();
 }
 
 void Stm32CommandBase::sendCommandFrame()
@@ -110,7 +111,7 @@ void Stm32CommandBase::sendCommandFrame()
 
 void Stm32CommandBase::waitWithoutSending(const char* reason)
 {
-    m_timer.start();
+    m_timer.start(m_responseTimeoutMs);
     qDebug().noquote() << QStringLiteral("nothing sent (%1) %2").arg(QLatin1String(reason), TimeStamp());
 }
 

@@ -130,3 +130,81 @@ bool TFirmwareSupport::AcceptsHCIBootloaderMsg(const TKeyValueList& info) const
     // Accepted from that version on: the device's version must not be older.
     return !IsNewer(from, info.Value(QStringLiteral("FWVersion")));
 }
+
+TFirmwareSupport::Verdict TFirmwareSupport::VersionVerdict(const TKeyValueList& info) const
+{
+    QJsonObject entry;
+    int major = 0, minor = 0;
+    if (!FindEntry(info.Value(QStringLiteral("FWName")), entry) || !SplitVersion(entry.value(QStringLiteral("Version")).toString(), major, minor))
+        return NoVersionKnown;
+    const QString device = info.Value(QStringLiteral("FWVersion"));
+    if (!SplitVersion(device, major, minor))
+        return Unidentified;
+    const QString available = entry.value(QStringLiteral("Version")).toString();
+    if (IsNewer(available, device))
+        return NewerAvailable;
+    if (IsNewer(device, available))
+        return DeviceIsNewer;
+    const QString build = entry.value(QStringLiteral("BuildCount")).toString();
+    const QString deviceBuild = info.Value(QStringLiteral("BuildCount"));
+    if (build == QLatin1String("*") || deviceBuild.isEmpty())
+        return UpToDate;
+    if (IsGreaterBuildCount(build, deviceBuild))
+        return NewerAvailable;
+    return IsGreaterBuildCount(deviceBuild, build) ? DeviceIsNewer : UpToDate;
+}
+
+QString TFirmwareSupport::AvailableVersion(const TKeyValueList& info) const
+{
+    QJsonObject entry;
+    if (!FindEntry(info.Value(QStringLiteral("FWName")), entry))
+        return QString();
+    const QString version = entry.value(QStringLiteral("Version")).toString();
+    const QString build = entry.value(QStringLiteral("BuildCount")).toString();
+    return build.isEmpty() || build == QLatin1String("*") ? version : version + QStringLiteral(" build ") + build;
+}
+
+bool TFirmwareSupport::LoadDeviceTypes(const QString& path, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QStringLiteral("error - couldn't open device configuration file: ") + path;
+        return false;
+    }
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (!doc.object().value(QStringLiteral("DeviceTypes")).isArray()) {
+        if (error)
+            *error = QStringLiteral("error - device configuration file %1 is not valid: %2")
+                         .arg(path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"DeviceTypes\" array"));
+        return false;
+    }
+    m_deviceTypes = doc.object().value(QStringLiteral("DeviceTypes")).toArray();
+    return true;
+}
+
+QJsonObject TFirmwareSupport::TypeEntry(const QString& deviceType) const
+{
+    for (const QJsonValue& value : m_deviceTypes) {
+        const QJsonObject object = value.toObject();
+        if (!deviceType.isEmpty() && object.value(QStringLiteral("DeviceType")).toString() == deviceType)
+            return object;
+    }
+    return QJsonObject();
+}
+
+QString TFirmwareSupport::FirmwareNameForType(const QString& deviceType) const
+{
+    return TypeEntry(deviceType).value(QStringLiteral("FirmwareName")).toString();
+}
+
+TFirmwareSupport::BootloaderPins TFirmwareSupport::BootloaderPinsForType(const QString& deviceType) const
+{
+    const QString pins = TypeEntry(deviceType).value(QStringLiteral("BootloaderPins")).toString();
+    if (pins == QLatin1String("FTDI"))
+        return PinsBootReset;
+    if (pins == QLatin1String("FTDI boot pin"))
+        return PinsBootOnly;
+    return PinsNone;
+}
