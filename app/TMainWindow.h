@@ -41,6 +41,8 @@ public:
     QString CurrentTheme() const { return m_theme; }
     /// The last message box shown (error boxes, the compatibility warning), for whoever needs to look.
     QMessageBox* LastMessageBox() const { return m_lastBox; }
+    /// The firmware update dialog while it is open.
+    QDialog* UpdateDialog() const { return m_updateDialog; }
     /// "Key:FreeMem;Value:..." for a descriptor row.
     static QString FreeMemoryRecord();
     void ApplyTheme(const QString& name);
@@ -97,4 +99,5 @@ private:
     QActionGroup* m_themes = nullptr;
     QString m_theme;
     QPointer<QMessageBox> m_lastBox;
+    QPointer<QDialog> m_updateDialog;
 };
