@@ -23,12 +23,14 @@ int TUpdateProgress::Percent() const
 
 double TUpdateProgress::KBPerSecond() const
 {
-    const qint64 ms = m_clock.isValid() ? m_clock.elapsed() : 0;
-    return ms > 0 ? double(m_done - m_start) * 1000.0 / 1024.0 / double(ms) : 0.0;
+    const qint64 ns = m_clock.isValid() ? m_clock.nsecsElapsed() : 0;
+    return ns > 0 ? double(m_done - m_start) * 1e9 / 1024.0 / double(ns) : 0.0;
 }
 
 int TUpdateProgress::SecondsLeft() const
 {
+    if (m_total > 0 && m_done >= m_total)
+        return 0;
     const double rate = KBPerSecond() * 1024.0;
     return rate > 0 ? int(double(m_total - m_done) / rate + 0.5) : -1;
 }
