@@ -1,4 +1,5 @@
 #include <QProcess>
+#include <QSignalSpy>
 #include <QRandomGenerator>
 #include <QEventLoop>
 #include <QStandardPaths>
@@ -7,6 +8,9 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "firmware/TBootloaderCtrl.h"
+#include "tools/sim/TPseudoTerminal.h"
+#include "tools/sim/TSimStm32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
 
 // The independent stm32flash tool against the emulated system bootloader: if both agree, the
@@ -90,6 +94,61 @@ private slots:
         QCOMPARE(flash.at(usedPages * pageSize), char(0x00));
         QCOMPARE(sim.Bootloader().AcceptedCommands().first(), quint8(0x7F));
         QVERIFY(sim.Bootloader().AcceptedCommands().contains(quint8(extended ? 0x44 : 0x43)));
+    }
+
+    void ourUpdate_readBackByThePeer()
+    {
+        // Our update over a module with a boot loader of its own; stm32flash then reads the flash back.
+        TSimStm32Port sim(0x447, true);
+        QVERIFY(sim.Open());
+        sim.Bootloader().PreFill(0x2000, 0x8000);
+        QTemporaryDir dir;
+        const QString port = dir.filePath(QStringLiteral("port"));
+        QVERIFY(sim.Wire().CreateLink(port));
+        QByteArray expected = sim.Bootloader().Flash().left(0x10000);
+        QByteArray image(0x3025, 0);
+        QRandomGenerator random(0x3025);
+        for (char& byte : image)
+            byte = char(random.bounded(256));
+        expected.replace(0x2000, 0x3080, QByteArray(0x3080, char(0xFF)));   // the image's pages, erased
+        expected.replace(0x2000, image.size(), image);
+        QFile bin(dir.filePath(QStringLiteral("image.bin")));
+        QVERIFY(bin.open(QIODevice::WriteOnly));
+        bin.write(image);
+        bin.close();
+        const QString hex = dir.filePath(QStringLiteral("image.hex"));
+        QCOMPARE(QProcess::execute(QStringLiteral("srec_cat"), {bin.fileName(), QStringLiteral("-binary"), QStringLiteral("-offset"),
+                                                                QStringLiteral("0x08002000"), QStringLiteral("-o"), hex, QStringLiteral("-intel")}),
+                 0);
+        TBootloaderCtrl ctrl;
+        QSignalSpy finished(&ctrl, &TBootloaderCtrl::EvFinished);
+        TBootloaderCtrl::Request request;
+        request.port = port;
+        request.imagePath = hex;
+        request.confirmIdentity = false;
+        ctrl.Run(request);
+        QVERIFY(finished.wait(kToolTimeoutMs));
+        QCOMPARE(ctrl.Result().status, TBootloaderCtrl::Success);
+
+        sim.Bootloader().Reset();   // the boot pin again: back in the bootloader
+        const QString readBack = dir.filePath(QStringLiteral("read.bin"));
+        QProcess tool;
+        tool.setProcessChannelMode(QProcess::MergedChannels);
+        tool.start(m_tool, {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"), QStringLiteral("-r"), readBack,
+                            QStringLiteral("-S"), QStringLiteral("0x08000000:0x10000"), port});
+        QVERIFY(tool.waitForStarted());
+        QEventLoop loop;
+        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
+        if (tool.state() != QProcess::NotRunning)
+            loop.exec();
+        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, tool.readAll().right(2000).constData());
+        QFile read(readBack);
+        QVERIFY(read.open(QIODevice::ReadOnly));
+        const QByteArray flash = read.readAll();
+        QCOMPARE(flash.size(), expected.size());
+        QVERIFY(flash.left(0x2000) == TSimStm32Bootloader::BootRegionPattern(0x2000));
+        QVERIFY(flash == expected);
     }
 };
 
