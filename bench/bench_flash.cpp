@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QStandardPaths>
@@ -127,7 +128,8 @@ QString Line(const QString& name, QList<Figures> runs, double limit)
 
 int main(int argc, char** argv)
 {
-    // The bootloader's debug traces would drown the figures.
+    // The bootloader's debug traces would drown the figures; off, they are not even formatted.
+    QLoggingCategory::setFilterRules(QStringLiteral("tessera.stm32.debug=false"));
     qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
         if (type != QtDebugMsg)
             fprintf(stderr, "%s\n", qPrintable(text));

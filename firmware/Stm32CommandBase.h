@@ -1,10 +1,14 @@
 #pragma once
 #include <QByteArray>
+#include <QLoggingCategory>
 #include <QObject>
 #include <QPointer>
 #include <QSerialPort>
 #include <QTimer>
 #include <QVariant>
+
+/// The protocol traces ("send data 31 ce ..."); off, they cost nothing (tessera.stm32.debug=false).
+Q_DECLARE_LOGGING_CATEGORY(lcStm32)
 
 /// One command of the STM32 USART bootloader (AN3155): owns its response timer, builds its frames
 /// and parses the answers. Multi-step commands send their later frames themselves.

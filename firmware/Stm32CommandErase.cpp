@@ -20,7 +20,7 @@ void Stm32CommandErase::send(QSerialPort* port, const QVariant& parameters)
     m_massErase = map.isEmpty();
     m_nextPage = map.value(QStringLiteral("FirstPage")).toInt();
     m_pagesLeft = map.value(QStringLiteral("PageCount")).toInt();
-    qDebug().noquote() << "sendCommand erase" << (m_massErase ? QStringLiteral("all") : QStringLiteral("pages %1 +%2").arg(m_nextPage).arg(m_pagesLeft));
+    qCDebug(lcStm32).noquote() << "sendCommand erase" << (m_massErase ? QStringLiteral("all") : QStringLiteral("pages %1 +%2").arg(m_nextPage).arg(m_pagesLeft));
     if (!m_massErase && (m_pagesLeft <= 0 || m_nextPage < 0 || m_nextPage + m_pagesLeft - 1 > HighestPage())) {
         waitWithoutSending("no pages this command can name");
         return;
@@ -61,7 +61,7 @@ void Stm32CommandErase::SendList()
 
 void Stm32CommandErase::parse(const QByteArray& data)
 {
-    qDebug().noquote() << "parse erase:" << Hex(data);
+    qCDebug(lcStm32).noquote() << "parse erase:" << Hex(data);
     if (!accept(data))
         return;
     switch (m_subState) {
@@ -77,7 +77,7 @@ void Stm32CommandErase::parse(const QByteArray& data)
         emit resultReady(true);
         break;
     default:
-        qDebug().noquote() << "unexpected state";
+        qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
 }

@@ -10,7 +10,7 @@ Stm32CommandInit::Stm32CommandInit(QObject* parent)
 bool Stm32CommandInit::checkFrame(const QByteArray& frame)
 {
     if (!frame.isEmpty() && quint8(frame.at(0)) == Nack) {
-        qDebug().noquote() << "init answered by NACK: the bootloader was initialised before";
+        qCDebug(lcStm32).noquote() << "init answered by NACK: the bootloader was initialised before";
         StopTimer();
         return true;
     }

@@ -91,7 +91,7 @@ bool TSTM32Bootloader::Open(const QString& portName)
     m_port->setDataBits(QSerialPort::Data8);
     // Pseudo-terminals refuse parity; the line works without it, so this is no reason to fail.
     if (!m_port->setParity(QSerialPort::EvenParity))
-        qDebug().noquote() << "even parity refused on" << portName << "-" << m_port->errorString();
+        qCDebug(lcStm32).noquote() << "even parity refused on" << portName << "-" << m_port->errorString();
     m_port->setStopBits(QSerialPort::OneStop);
     m_port->setFlowControl(QSerialPort::NoFlowControl);
     m_port->clearError();
@@ -109,7 +109,7 @@ void TSTM32Bootloader::OnPortError(int error)
     if ((error != QSerialPort::ResourceError && error != QSerialPort::ReadError) || !m_port || !m_port->isOpen())
         return;
     m_errorText = QStringLiteral("error - port %1 vanished: %2").arg(m_portName, m_port->errorString());
-    qDebug().noquote() << m_errorText;
+    qCDebug(lcStm32).noquote() << m_errorText;
     m_current->StopTimer();
     m_current = m_commands.value(CmdNull);
     m_port->close();
@@ -161,13 +161,13 @@ bool TSTM32Bootloader::Erase(quint32 startAddress, quint32 endAddress)
     const int command = m_extendedErase ? CmdExtendedErase : CmdErase;
     if (!m_device || m_device->pageSize == 0 || startAddress < m_device->flashStart || startAddress > endAddress
         || endAddress >= m_device->flashEnd) {
-        qDebug().noquote() << QStringLiteral("erase 0x%1..0x%2 refused: outside the flash").arg(startAddress, 0, 16).arg(endAddress, 0, 16);
+        qCDebug(lcStm32).noquote() << QStringLiteral("erase 0x%1..0x%2 refused: outside the flash").arg(startAddress, 0, 16).arg(endAddress, 0, 16);
         return false;
     }
     const int firstPage = int((startAddress - m_device->flashStart) / m_device->pageSize);
     const int lastPage = int((endAddress - m_device->flashStart) / m_device->pageSize);
     if (lastPage > static_cast<Stm32CommandErase*>(m_commands.value(command))->HighestPage()) {
-        qDebug().noquote() << QStringLiteral("erase refused: page %1 cannot be named by command 0x%2").arg(lastPage).arg(command, 2, 16, QLatin1Char('0'));
+        qCDebug(lcStm32).noquote() << QStringLiteral("erase refused: page %1 cannot be named by command 0x%2").arg(lastPage).arg(command, 2, 16, QLatin1Char('0'));
         return false;
     }
     QVariantMap parameters;
@@ -240,7 +240,7 @@ void TSTM32Bootloader::onCommandTimeout()
 {
     if (sender() != m_current)
         return;   // a replaced command's timer
-    qDebug().noquote() << "on timeout" << Stm32CommandBase::TimeStamp();
+    qCDebug(lcStm32).noquote() << "on timeout" << Stm32CommandBase::TimeStamp();
     if (m_triesLeft < 0) {
         m_current = m_commands.value(CmdNull);
         emit Timeout();
@@ -275,7 +275,7 @@ void TSTM32Bootloader::onGetResultReady(QVariant data)
 void TSTM32Bootloader::onGetIdResultReady(QVariant data)
 {
     m_device = &FindStm32Device(quint16(data.toInt()));
-    qDebug().noquote() << QStringLiteral("device 0x%1 %2").arg(data.toInt(), 3, 16, QLatin1Char('0')).arg(QLatin1String(m_device->name));
+    qCDebug(lcStm32).noquote() << QStringLiteral("device 0x%1 %2").arg(data.toInt(), 3, 16, QLatin1Char('0')).arg(QLatin1String(m_device->name));
     emit DeviceInitialized();
 }
 

@@ -7,6 +7,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLoggingCategory>
 #include <QRegExp>
 #include <QSerialPortInfo>
 #include <QTimer>
@@ -407,6 +408,9 @@ int TCli::Flash(const TBootloaderCtrl::Request& request)
         m_err.flush();
         return ExitUsage;
     }
+    // The protocol traces only with --verbose: off, they are not even formatted (every answer counts).
+    if (!m_verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("tessera.stm32.debug=false"));
     TBootloaderCtrl ctrl;
     const bool terminal = ::isatty(STDERR_FILENO) == 1;
     TUpdateProgress progress;
