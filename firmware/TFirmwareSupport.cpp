@@ -32,6 +32,29 @@ const char* const kIncompatible =
     "Please update the firmware (see Menu/File/Firmware Update)!\n";
 }
 
+namespace {
+/// The array `key` of a JSON file's object; `array` stays as it was when the file can't be read.
+bool ReadArray(const QString& path, const QString& key, const QString& what, QJsonArray& array, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QStringLiteral("error - couldn't open %1: %2").arg(what, path);
+        return false;
+    }
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (!doc.isObject() || !doc.object().value(key).isArray()) {
+        if (error)
+            *error = QStringLiteral("error - %1 %2 is not valid: %3")
+                         .arg(what, path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"%1\" array").arg(key));
+        return false;
+    }
+    array = doc.object().value(key).toArray();
+    return true;
+}
+}
+
 TFirmwareSupport& TFirmwareSupport::Instance()
 {
     static TFirmwareSupport* support = new TFirmwareSupport;
@@ -40,22 +63,7 @@ TFirmwareSupport& TFirmwareSupport::Instance()
 
 bool TFirmwareSupport::Load(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error)
-            *error = QStringLiteral("error - couldn't open firmware versions file: ") + path;
-        return false;
-    }
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
-    if (!doc.isObject() || !doc.object().value(QStringLiteral("LoRaWAN_Versions")).isArray()) {
-        if (error)
-            *error = QStringLiteral("error - firmware versions file %1 is not valid: %2")
-                         .arg(path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"LoRaWAN_Versions\" array"));
-        return false;
-    }
-    m_versions = doc.object().value(QStringLiteral("LoRaWAN_Versions")).toArray();
-    return true;
+    return ReadArray(path, QStringLiteral("LoRaWAN_Versions"), QStringLiteral("firmware versions file"), m_versions, error);
 }
 
 bool TFirmwareSupport::NameMatches(const QString& n, const QString& d)
@@ -166,22 +174,7 @@ QString TFirmwareSupport::AvailableVersion(const TKeyValueList& info) const
 
 bool TFirmwareSupport::LoadDeviceTypes(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error)
-            *error = QStringLiteral("error - couldn't open device configuration file: ") + path;
-        return false;
-    }
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
-    if (!doc.object().value(QStringLiteral("DeviceTypes")).isArray()) {
-        if (error)
-            *error = QStringLiteral("error - device configuration file %1 is not valid: %2")
-                         .arg(path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"DeviceTypes\" array"));
-        return false;
-    }
-    m_deviceTypes = doc.object().value(QStringLiteral("DeviceTypes")).toArray();
-    return true;
+    return ReadArray(path, QStringLiteral("DeviceTypes"), QStringLiteral("device configuration file"), m_deviceTypes, error);
 }
 
 QJsonObject TFirmwareSupport::TypeEntry(const QString& deviceType) const

@@ -3,43 +3,15 @@
 #include <QProcess>
 #include <QtTest>
 
+#include "CliProcess.h"
 #include "TestEnvironment.h"
 #include "tools/cli/TRegTable.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
-namespace {
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-/// Runs the real binary while this process's event loop keeps the virtual modules answering.
-Run Cli(const QStringList& args, int timeoutMs = 20000)
-{
-    QProcess process;
-    process.setProgram(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"));
-    process.setArguments(args);
-    process.start();
-    QElapsedTimer timer;
-    timer.start();
-    while (process.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    Run run;
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished(1000);
-        run.err = QStringLiteral("timed out");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-}
+using CliProcess::Cli;
+using CliProcess::Run;
 
 class TestCli : public QObject
 {

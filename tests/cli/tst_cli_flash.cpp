@@ -1,10 +1,9 @@
-#include <QEventLoop>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTimer>
 #include <QtTest>
 
+#include "HexImage.h"
+#include "CliProcess.h"
 #include "TestEnvironment.h"
 #include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimModule.h"
@@ -15,63 +14,17 @@ namespace {
 constexpr quint32 kFlash = 0x08000000;
 constexpr int kRunMs = 60000;
 
-struct Run {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
+using CliProcess::Run;
+using HexImage::Firmware;
 
-/// Runs the binary while this process's event loop keeps the virtual module answering; `stderrPath`
-/// sends its stderr there instead of a pipe (a pseudo-terminal, to look like a terminal).
 Run Cli(const QStringList& args, const QString& stderrPath = QString())
 {
-    QProcess process;
-    if (!stderrPath.isEmpty())
-        process.setStandardErrorFile(stderrPath, QIODevice::Append);
-    QEventLoop loop;
-    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
-    QTimer::singleShot(kRunMs, &loop, &QEventLoop::quit);
-    process.start(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"), args);
-    loop.exec();
-    Run run;
-    if (process.state() != QProcess::NotRunning) {
-        process.kill();
-        process.waitForFinished(1000);
-        run.err = QStringLiteral("timed out");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
-
-QByteArray Record(quint8 type, quint16 address, const QByteArray& data)
-{
-    QByteArray bytes;
-    bytes.append(char(data.size())).append(char(address >> 8)).append(char(address)).append(char(type)).append(data);
-    quint8 sum = 0;
-    for (char c : bytes)
-        sum = quint8(sum + quint8(c));
-    return ':' + (bytes + char(quint8(-sum))).toHex().toUpper() + '\n';
+    return CliProcess::Cli(args, kRunMs, stderrPath);
 }
 
 QByteArray HexFile(quint32 address, const QByteArray& data)
 {
-    QByteArray out = Record(4, 0, QByteArray().append(char(address >> 24)).append(char(address >> 16)));
-    for (int i = 0; i < data.size(); i += 32)
-        out += Record(0, quint16(address + quint32(i)), data.mid(i, 32));
-    return out + Record(1, 0, QByteArray());
-}
-
-QByteArray Firmware(int size, const QByteArray& identity)
-{
-    QByteArray image(size, 0);
-    for (int i = 0; i < size; ++i)
-        image[i] = char((i * 13 + 1) & 0xFF);
-    const QByteArray tag = "VELTOFW:" + identity + '\0';
-    image.replace(0x100, tag.size(), tag);
-    return image;
+    return HexImage::File(address, data, 32);
 }
 }
 
@@ -83,13 +36,7 @@ class TestCliFlash : public QObject
     std::unique_ptr<TSimModule> m_module;
     QString m_port;
 
-    QString File(const QString& name, const QByteArray& text)
-    {
-        QFile file(m_dir.filePath(name));
-        file.open(QIODevice::WriteOnly);
-        file.write(text);
-        return file.fileName();
-    }
+    QString File(const QString& name, const QByteArray& text) { return HexImage::Write(m_dir.filePath(name), text); }
 
 private slots:
     void init()

@@ -1,7 +1,7 @@
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "HexImage.h"
 #include "TestEnvironment.h"
 #include "firmware/TBootloaderCtrl.h"
 #include "firmware/TSTM32Bootloader.h"
@@ -16,56 +16,17 @@ namespace {
 constexpr quint32 kFlash = 0x08000000;
 constexpr int kRunMs = 60000;
 
-/// Intel HEX text for `data` at `address`, 16 bytes a line, with extended linear address records.
+using HexImage::Firmware;
+using HexImage::RandomBytes;
+
 QByteArray HexFile(quint32 address, const QByteArray& data)
 {
-    QByteArray out;
-    auto line = [&out](quint8 type, quint16 offset, const QByteArray& bytes) {
-        QByteArray record;
-        record.append(char(bytes.size())).append(char(offset >> 8)).append(char(offset & 0xFF)).append(char(type)).append(bytes);
-        quint8 sum = 0;
-        for (char c : record)
-            sum = quint8(sum + quint8(c));
-        record.append(char(quint8(0x100 - sum)));
-        out += ':' + record.toHex().toUpper() + '\n';
-    };
-    quint32 upper = 0xFFFFFFFF;
-    for (int i = 0; i < data.size(); i += 16) {
-        const quint32 at = address + quint32(i);
-        if ((at >> 16) != upper) {
-            upper = at >> 16;
-            line(0x04, 0, QByteArray().append(char(upper >> 8)).append(char(upper & 0xFF)));
-        }
-        line(0x00, quint16(at & 0xFFFF), data.mid(i, 16));
-    }
-    line(0x01, 0, QByteArray());
-    return out;
+    return HexImage::File(address, data);
 }
 
 QString WriteFile(QTemporaryDir& dir, const QString& name, const QByteArray& text)
 {
-    QFile file(dir.filePath(name));
-    file.open(QIODevice::WriteOnly);
-    file.write(text);
-    return file.fileName();
-}
-
-QByteArray RandomBytes(int size, quint32 seed)
-{
-    QRandomGenerator random(seed);
-    QByteArray bytes(size, 0);
-    for (char& c : bytes)
-        c = char(random.bounded(256));
-    return bytes;
-}
-
-/// A firmware that says who it is, as the virtual module reads it after Go.
-QByteArray Firmware(int size, const QByteArray& identity)
-{
-    QByteArray image = RandomBytes(size, quint32(size));
-    const QByteArray tag = "VELTOFW:" + identity + '\0';
-    image.replace(0x40, tag.size(), tag);
-    return image;
+    return HexImage::Write(dir.filePath(name), text);
 }
 
 /// "first-last" per erase request, comma-separated; "mass" for an erase of everything.
@@ -114,6 +75,15 @@ TBootloaderCtrl::Request Request(const QString& port, const QString& image, quin
     request.imagePath = image;
     request.flags = flags;
     request.confirmIdentity = false;
+    return request;
+}
+
+/// As the studio updates a module it found: into the bootloader through the HCI, the identity read at the end.
+TBootloaderCtrl::Request HciRequest(const QString& port, const QString& image)
+{
+    TBootloaderCtrl::Request request = Request(port, image);
+    request.viaHci = true;
+    request.confirmIdentity = true;
     return request;
 }
 }
@@ -245,8 +215,8 @@ private slots:
         const QString port = Link(module.Wire());
         const QString path = text.isEmpty() ? m_dir.filePath(name) : WriteFile(m_dir, name, text);
         error.replace(QLatin1String("%2"), path);
-        TBootloaderCtrl::Request request = Request(port, path);
-        request.viaHci = true;
+        TBootloaderCtrl::Request request = HciRequest(port, path);
+        request.confirmIdentity = false;
         request.expectName = expectName;
         Run run;
         QVERIFY(run.Go(request));
@@ -268,9 +238,7 @@ private slots:
         module.Bootloader().PreFill(0, 0x4000);
         const QByteArray image = Firmware(3000, "Velto_LoRaWAN;3.1;140");
         const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexFile(kFlash, image));
-        TBootloaderCtrl::Request request = Request(port, path);
-        request.viaHci = true;
-        request.confirmIdentity = true;
+        TBootloaderCtrl::Request request = HciRequest(port, path);
         request.expectName = QStringLiteral("Velto_LoRaWAN");
         Run run;
         QVERIFY(run.Go(request));
@@ -310,9 +278,7 @@ private slots:
         const QString port = Link(module.Wire());
         // No identity inside: the file name says 3.2, the module goes on reporting what it was.
         const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.2.hex"), HexFile(kFlash, RandomBytes(600, 9)));
-        TBootloaderCtrl::Request request = Request(port, path);
-        request.viaHci = true;
-        request.confirmIdentity = true;
+        TBootloaderCtrl::Request request = HciRequest(port, path);
         Run run;
         QVERIFY(run.Go(request));
         QCOMPARE(run.Status(), int(TBootloaderCtrl::IdentityMismatch));
@@ -328,9 +294,7 @@ private slots:
         module.Bootloader().PreFill(0x1000, 0x6000);
         const QByteArray image = Firmware(0x3000, "Velto_LoRaWAN;3.3;150");
         const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.3.hex"), HexFile(kFlash + 0x1000, image));
-        TBootloaderCtrl::Request request = Request(port, path);
-        request.viaHci = true;
-        request.confirmIdentity = true;
+        TBootloaderCtrl::Request request = HciRequest(port, path);
         Run run;
         connect(&run.ctrl, &TBootloaderCtrl::EvBytes, this, [&run](quint64 done) {
             if (done >= 0x1000)

@@ -1,12 +1,12 @@
 // Intel HEX reading and writing, with srec_cat as an independent reader and writer.
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <initializer_list>
 #include <utility>
 
+#include "HexImage.h"
 #include "TestEnvironment.h"
 #include "firmware/TIntelHex.h"
 
@@ -18,15 +18,7 @@ constexpr char kGuard = char(0xAA);
 // One record line with a correct checksum; `dataHex` is the data field.
 QByteArray Rec(quint8 type, quint16 address, const QByteArray& dataHex)
 {
-    const QByteArray data = QByteArray::fromHex(dataHex);
-    QByteArray bytes;
-    bytes.append(char(data.size())).append(char(address >> 8)).append(char(address & 0xFF)).append(char(type));
-    bytes += data;
-    quint8 sum = 0;
-    for (char c : bytes)
-        sum = quint8(sum + quint8(c));
-    bytes.append(char(quint8(-sum)));
-    return ':' + bytes.toHex().toUpper() + '\n';
+    return HexImage::Record(type, address, QByteArray::fromHex(dataHex));
 }
 
 QByteArray Counting(int first, int count)
@@ -45,14 +37,7 @@ QByteArray Image(uint size, char fill, std::initializer_list<std::pair<uint, QBy
     return image;
 }
 
-QByteArray RandomBytes(int size, quint32 seed)
-{
-    QRandomGenerator rng(seed);
-    QByteArray bytes(size, 0);
-    for (char& c : bytes)
-        c = char(rng.bounded(256));
-    return bytes;
-}
+using HexImage::RandomBytes;
 
 QStringList g_traces;
 void CaptureDebug(QtMsgType type, const QMessageLogContext&, const QString& text)

@@ -26,6 +26,25 @@ class TestStm32FlashPeer : public QObject
 
     QString m_tool;
 
+    /// Runs stm32flash against the emulator, which answers from this event loop: the wait runs it,
+    /// never blocks it. Pseudo-terminals refuse even parity: 8N1 on the line. False (with the
+    /// tool's last output) when it fails.
+    bool RunTool(const QStringList& args, QString& output)
+    {
+        QProcess tool;
+        tool.setProcessChannelMode(QProcess::MergedChannels);
+        tool.start(m_tool, QStringList{QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200")} + args);
+        if (!tool.waitForStarted())
+            return false;
+        QEventLoop loop;
+        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
+        if (tool.state() != QProcess::NotRunning)
+            loop.exec();
+        output = QString::fromLocal8Bit(tool.readAll()).right(2000);
+        return tool.state() == QProcess::NotRunning && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+    }
+
 private slots:
     void initTestCase()
     {
@@ -68,23 +87,11 @@ private slots:
         QCOMPARE(file.write(image), qint64(image.size()));
         file.close();
 
-        QProcess tool;
-        tool.setProcessChannelMode(QProcess::MergedChannels);
-        // Pseudo-terminals refuse even parity: 8N1 on the line.
-        tool.start(m_tool, {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"),
-                            QStringLiteral("-w"), file.fileName(), QStringLiteral("-v"),
-                            QStringLiteral("-S"), QStringLiteral("0x%1").arg(kFlashStart, 8, 16, QLatin1Char('0')),
-                            sim.PortName()});
-        QVERIFY(tool.waitForStarted());
-        // The emulator answers from this event loop: wait by running it, never by blocking.
-        QEventLoop loop;
-        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
-        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
-        if (tool.state() != QProcess::NotRunning)
-            loop.exec();
-        QVERIFY2(tool.state() == QProcess::NotRunning, "stm32flash did not finish");
-        const QString output = QString::fromLocal8Bit(tool.readAll()).right(2000);
-        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, qPrintable(output));
+        QString output;
+        QVERIFY2(RunTool({QStringLiteral("-w"), file.fileName(), QStringLiteral("-v"), QStringLiteral("-S"),
+                          QStringLiteral("0x%1").arg(kFlashStart, 8, 16, QLatin1Char('0')), sim.PortName()},
+                         output),
+                 qPrintable(output));
 
         const QByteArray& flash = sim.Bootloader().Flash();
         QVERIFY2(flash.left(imageSize) == image, qPrintable(output));
@@ -132,17 +139,8 @@ private slots:
 
         sim.Bootloader().Reset();   // the boot pin again: back in the bootloader
         const QString readBack = dir.filePath(QStringLiteral("read.bin"));
-        QProcess tool;
-        tool.setProcessChannelMode(QProcess::MergedChannels);
-        tool.start(m_tool, {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"), QStringLiteral("-r"), readBack,
-                            QStringLiteral("-S"), QStringLiteral("0x08000000:0x10000"), port});
-        QVERIFY(tool.waitForStarted());
-        QEventLoop loop;
-        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
-        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
-        if (tool.state() != QProcess::NotRunning)
-            loop.exec();
-        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, tool.readAll().right(2000).constData());
+        QString output;
+        QVERIFY2(RunTool({QStringLiteral("-r"), readBack, QStringLiteral("-S"), QStringLiteral("0x08000000:0x10000"), port}, output), qPrintable(output));
         QFile read(readBack);
         QVERIFY(read.open(QIODevice::ReadOnly));
         const QByteArray flash = read.readAll();

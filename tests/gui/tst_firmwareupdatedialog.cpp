@@ -11,6 +11,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "HexImage.h"
 #include "TestEnvironment.h"
 #include "app/TMainWindow.h"
 #include "devices/TControllerPrototypes.h"
@@ -29,33 +30,11 @@ constexpr quint32 kFlash = 0x08000000;
 constexpr int kRunMs = 60000;
 using Dialog = TFirmwareUpdateDialog;
 
+using HexImage::Firmware;
+
 QByteArray HexFile(quint32 address, const QByteArray& data)
 {
-    QByteArray out = ":02000004" + QByteArray::number(address >> 16, 16).rightJustified(4, '0').toUpper();
-    quint8 sum = quint8(2 + 4 + (address >> 24) + ((address >> 16) & 0xFF));
-    out += QByteArray::number(quint8(-sum), 16).rightJustified(2, '0').toUpper() + '\n';
-    for (int i = 0; i < data.size(); i += 16) {
-        const QByteArray chunk = data.mid(i, 16);
-        const quint16 at = quint16((address + quint32(i)) & 0xFFFF);
-        QByteArray record;
-        record.append(char(chunk.size())).append(char(at >> 8)).append(char(at)).append(char(0)).append(chunk);
-        quint8 check = 0;
-        for (char c : record)
-            check = quint8(check + quint8(c));
-        out += ':' + (record + char(quint8(-check))).toHex().toUpper() + '\n';
-    }
-    return out + ":00000001FF\n";
-}
-
-/// A firmware image that names itself, as the virtual module reads it after the start.
-QByteArray Firmware(int size, const QByteArray& identity)
-{
-    QByteArray image(size, 0);
-    for (int i = 0; i < size; ++i)
-        image[i] = char((i * 31 + 7) & 0xFF);
-    const QByteArray tag = "VELTOFW:" + identity + '\0';
-    image.replace(0x80, tag.size(), tag);
-    return image;
+    return HexImage::File(address, data);
 }
 
 QStringList UnnamedControls(QWidget* root)
@@ -143,13 +122,7 @@ class TestFirmwareUpdateDialog : public QObject
         return m_modules.back().get();
     }
     QString PortOf(int index) const { return m_dir.filePath(QStringLiteral("module%1").arg(index)); }
-    QString Image(const QString& name, const QByteArray& text)
-    {
-        QFile file(m_dir.filePath(name));
-        file.open(QIODevice::WriteOnly);
-        file.write(text);
-        return file.fileName();
-    }
+    QString Image(const QString& name, const QByteArray& text) { return HexImage::Write(m_dir.filePath(name), text); }
 
 private slots:
     void initTestCase()
