@@ -12,6 +12,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QVector>
 
 #include <algorithm>
 
@@ -33,6 +34,7 @@ struct Figures
     qint64 hostBytes = 0;
     qint64 partBytes = 0;
     QString status;
+    QVector<qint64> turnaroundsNs;   ///< from each answer of the part to its next one
 };
 
 /// Bytes both ways that a write + verify of `imageBytes` needs at the least: connect (0x7F, Get,
@@ -55,13 +57,19 @@ qint64 ProtocolBytes(quint32 imageBytes, quint32 pageSize, int getAnswerBytes)
     return bytes + (2 + 1) + (5 + 1);
 }
 
-Figures Ours(const QString& hexPath)
+Figures Ours(const QString& hexPath, bool paced = true)
 {
     TSimStm32Port sim(kProductId, true);
     sim.Open();
-    sim.SetPacing(true);
+    sim.SetPacing(paced);
     Figures figures;
-    QObject::connect(&sim.Bootloader(), &TSimStm32Bootloader::EvSend, [&figures](const QByteArray& bytes) { figures.partBytes += bytes.size(); });
+    QElapsedTimer sinceAnswer;
+    QObject::connect(&sim.Bootloader(), &TSimStm32Bootloader::EvSend, [&](const QByteArray& bytes) {
+        figures.partBytes += bytes.size();
+        if (sinceAnswer.isValid())
+            figures.turnaroundsNs << sinceAnswer.nsecsElapsed();
+        sinceAnswer.start();
+    });
     TBootloaderCtrl ctrl;
     QEventLoop loop;
     QObject::connect(&ctrl, &TBootloaderCtrl::EvFinished, &loop, &QEventLoop::quit);
@@ -170,6 +178,16 @@ int main(int argc, char** argv)
     for (int i = 0; i < runs; ++i)
         ours << Ours(hexPath);
     out << Line(QStringLiteral("TBootloaderCtrl (256-byte blocks)"), ours, limit);
+    // Unpaced, what is left between two answers of the part is the host's turnaround (with the
+    // pseudo-terminal both ways and the emulator's own work).
+    QVector<qint64> turnarounds = Ours(hexPath, false).turnaroundsNs;
+    std::sort(turnarounds.begin(), turnarounds.end());
+    if (!turnarounds.isEmpty())
+        out << QStringLiteral("answer to next answer, unpaced       median %1 us, 99th percentile %2 us, max %3 us (%4 answers; the host's turnaround plus both ways through the pseudo-terminal)\n")
+                   .arg(turnarounds.at(turnarounds.size() / 2) / 1000)
+                   .arg(turnarounds.at(turnarounds.size() * 99 / 100) / 1000)
+                   .arg(turnarounds.last() / 1000)
+                   .arg(turnarounds.size());
     out.flush();
     if (QStandardPaths::findExecutable(QStringLiteral("stm32flash")).isEmpty()) {
         out << "stm32flash is not on PATH (Debian package stm32flash)\n";

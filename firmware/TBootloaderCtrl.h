@@ -67,7 +67,6 @@ public:
     };
     Q_ENUM(Step)
 
-    static constexpr quint32 kApplicationAddress = 0x08000000;
     /// How long a started application may take to announce itself before it is asked.
     static constexpr int kApplicationStartMs = 2000;
 
