@@ -1,17 +1,20 @@
 // Prints the time a 192 KiB write + verify takes through the emulated STM32 bootloader paced at
-// 115200 baud 8E1 (11 bits a byte, both ways): for the studio's update sequence, for stm32flash on
-// the same emulator, and the wire-time limit of the bytes the protocol must move.
+// 115200 baud 8E1 (11 bits a byte, both ways), running in a tessera-sim process of its own: for the
+// studio's update sequence, for stm32flash on the same emulator, and the wire-time limit of the
+// bytes the protocol must move. The bytes each tool moved are counted on an unpaced run in-process.
 // Usage: bench_flash [runs]   (default 3; the best and the median are printed)
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
 #include <QVector>
 
 #include <algorithm>
@@ -57,70 +60,95 @@ qint64 ProtocolBytes(quint32 imageBytes, quint32 pageSize, int getAnswerBytes)
     return bytes + (2 + 1) + (5 + 1);
 }
 
-Figures Ours(const QString& hexPath, bool paced = true)
-{
-    TSimStm32Port sim(kProductId, true);
-    sim.Open();
-    sim.SetPacing(paced);
-    Figures figures;
-    QElapsedTimer sinceAnswer;
-    QObject::connect(&sim.Bootloader(), &TSimStm32Bootloader::EvSend, [&](const QByteArray& bytes) {
-        figures.partBytes += bytes.size();
-        if (sinceAnswer.isValid())
-            figures.turnaroundsNs << sinceAnswer.nsecsElapsed();
-        sinceAnswer.start();
-    });
-    TBootloaderCtrl ctrl;
-    QEventLoop loop;
-    QObject::connect(&ctrl, &TBootloaderCtrl::EvFinished, &loop, &QEventLoop::quit);
-    TBootloaderCtrl::Request request;
-    request.port = sim.PortName();
-    request.imagePath = hexPath;
-    request.flags = TBootloaderCtrl::OptVerify;
-    request.confirmIdentity = false;   // the bare emulated part has no firmware to ask
-    QElapsedTimer clock;
-    clock.start();
-    ctrl.Run(request);
-    loop.exec();
-    figures.seconds = clock.nsecsElapsed() / 1e9;
-    figures.status = TBootloaderCtrl::StatusText(ctrl.Result().status) + (ctrl.Result().verified ? QStringLiteral(", verified") : QString());
-    figures.hostBytes = sim.Bootloader().Received().size();
-    return figures;
-}
+enum class Tool { Ours, Stm32Flash };
 
-Figures Stm32Flash(const QString& binPath)
+/// Runs one tool against the part on `port`: the seconds it took and how it ended.
+Figures RunTool(Tool tool, const QString& image, const QString& port)
 {
-    TSimStm32Port sim(kProductId, true);
-    sim.Open();
-    sim.SetPacing(true);
     Figures figures;
-    QObject::connect(&sim.Bootloader(), &TSimStm32Bootloader::EvSend, [&figures](const QByteArray& bytes) { figures.partBytes += bytes.size(); });
-    QProcess process;
+    QElapsedTimer clock;
     QEventLoop loop;
+    if (tool == Tool::Ours) {
+        TBootloaderCtrl ctrl;
+        QObject::connect(&ctrl, &TBootloaderCtrl::EvFinished, &loop, &QEventLoop::quit);
+        TBootloaderCtrl::Request request;
+        request.port = port;
+        request.imagePath = image;
+        request.flags = TBootloaderCtrl::OptVerify;
+        request.confirmIdentity = false;   // the bare emulated part has no firmware to ask
+        clock.start();
+        ctrl.Run(request);
+        loop.exec();
+        figures.seconds = clock.nsecsElapsed() / 1e9;
+        figures.status = TBootloaderCtrl::StatusText(ctrl.Result().status) + (ctrl.Result().verified ? QStringLiteral(", verified") : QString());
+        return figures;
+    }
+    QProcess process;
     QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
     QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
-    QElapsedTimer clock;
     clock.start();
     // Pseudo-terminals refuse even parity: 8N1 on the line, paced as 8E1 by the emulator.
     process.start(QStringLiteral("stm32flash"), {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"),
-                                                  QStringLiteral("-w"), binPath, QStringLiteral("-v"), QStringLiteral("-g"),
-                                                  QStringLiteral("0x08000000"), QStringLiteral("-S"), QStringLiteral("0x08000000"), sim.PortName()});
+                                                  QStringLiteral("-w"), image, QStringLiteral("-v"), QStringLiteral("-g"),
+                                                  QStringLiteral("0x08000000"), QStringLiteral("-S"), QStringLiteral("0x08000000"), port});
     loop.exec();
     figures.seconds = clock.nsecsElapsed() / 1e9;
     figures.status = process.error() == QProcess::FailedToStart ? QStringLiteral("stm32flash not found")
                      : process.exitCode() == 0                  ? QStringLiteral("Success, verified")
                                                                 : QStringLiteral("exit %1").arg(process.exitCode());
-    figures.hostBytes = sim.Bootloader().Received().size();
     return figures;
 }
 
-/// The best and the median of the runs: other work on the machine only ever adds time.
-QString Line(const QString& name, QList<Figures> runs, double limit)
+/// The paced part in a tessera-sim process of its own, as a module meets a tool: neither tool
+/// shares its event loop with the part.
+Figures Timed(Tool tool, const QString& image, const QString& link)
+{
+    QProcess sim;
+    QEventLoop loop;
+    QObject::connect(&sim, &QProcess::readyReadStandardOutput, &loop, &QEventLoop::quit);   // it prints its port when it listens
+    QObject::connect(&sim, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    sim.start(QCoreApplication::applicationDirPath() + QStringLiteral("/tessera-sim"),
+              {QStringLiteral("--bootloader"), QStringLiteral("--pacing"), QStringLiteral("--product-id"), QStringLiteral("0x%1").arg(kProductId, 0, 16),
+               QStringLiteral("--link"), link});
+    loop.exec();
+    Figures figures;
+    if (QFileInfo::exists(link))
+        figures = RunTool(tool, image, link);
+    else
+        figures.status = QStringLiteral("tessera-sim did not start");
+    sim.terminate();
+    sim.waitForFinished(5000);
+    return figures;
+}
+
+/// The part unpaced in this process: the bytes each way and the time between its answers.
+Figures Counted(Tool tool, const QString& image)
+{
+    TSimStm32Port sim(kProductId, true);
+    sim.Open();
+    Figures counts;
+    QElapsedTimer sinceAnswer;
+    QObject::connect(&sim.Bootloader(), &TSimStm32Bootloader::EvSend, [&](const QByteArray& bytes) {
+        counts.partBytes += bytes.size();
+        if (sinceAnswer.isValid())
+            counts.turnaroundsNs << sinceAnswer.nsecsElapsed();
+        sinceAnswer.start();
+    });
+    const Figures run = RunTool(tool, image, sim.PortName());
+    counts.status = run.status;
+    counts.hostBytes = sim.Bootloader().Received().size();
+    return counts;
+}
+
+/// The best and the median of the runs (other work on the machine only ever adds time), and the
+/// bytes the tool moved.
+QString Line(const QString& name, QList<Figures> runs, const Figures& counts, double limit)
 {
     std::sort(runs.begin(), runs.end(), [](const Figures& a, const Figures& b) { return a.seconds < b.seconds; });
     const Figures& best = runs.first();
     const Figures& median = runs.at(runs.size() / 2);
-    const qint64 bytes = best.hostBytes + best.partBytes;
+    const qint64 bytes = counts.hostBytes + counts.partBytes;
     return QStringLiteral("%1 %2 s  %3x the limit  (median of %4: %5 s, %6x; %7 bytes moved, %8 s on the wire; %9)\n")
         .arg(name.leftJustified(34))
         .arg(best.seconds, 6, 'f', 2)
@@ -174,13 +202,15 @@ int main(int argc, char** argv)
                .arg(part.Device().pageSize);
     out << QStringLiteral("%1 %2 s  (%3 bytes the protocol must move)\n").arg(QStringLiteral("wire-time limit").leftJustified(34)).arg(limit, 6, 'f', 2).arg(protocolBytes);
     out.flush();
+    const QString link = dir.filePath(QStringLiteral("part"));
     QList<Figures> ours;
     for (int i = 0; i < runs; ++i)
-        ours << Ours(hexPath);
-    out << Line(QStringLiteral("TBootloaderCtrl (256-byte blocks)"), ours, limit);
+        ours << Timed(Tool::Ours, hexPath, link);
+    const Figures ourCounts = Counted(Tool::Ours, hexPath);
+    out << Line(QStringLiteral("TBootloaderCtrl (256-byte blocks)"), ours, ourCounts, limit);
     // Unpaced, what is left between two answers of the part is the host's turnaround (with the
     // pseudo-terminal both ways and the emulator's own work).
-    QVector<qint64> turnarounds = Ours(hexPath, false).turnaroundsNs;
+    QVector<qint64> turnarounds = ourCounts.turnaroundsNs;
     std::sort(turnarounds.begin(), turnarounds.end());
     if (!turnarounds.isEmpty())
         out << QStringLiteral("answer to next answer, unpaced       median %1 us, 99th percentile %2 us, max %3 us (%4 answers; the host's turnaround plus both ways through the pseudo-terminal)\n")
@@ -195,7 +225,7 @@ int main(int argc, char** argv)
     }
     QList<Figures> peer;
     for (int i = 0; i < runs; ++i)
-        peer << Stm32Flash(binPath);
-    out << Line(QStringLiteral("stm32flash -w -v (256-byte blocks)"), peer, limit);
+        peer << Timed(Tool::Stm32Flash, binPath, link);
+    out << Line(QStringLiteral("stm32flash -w -v (256-byte blocks)"), peer, Counted(Tool::Stm32Flash, binPath), limit);
     return 0;
 }
