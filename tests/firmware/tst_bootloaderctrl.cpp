@@ -115,6 +115,7 @@ private slots:
         QTest::addColumn<QString>("chunks");
         QTest::newRow("boot loader below, image smaller than the old one") << 0x447 << true << 0x2000u << 0x8000u << 0x2000u << 0x3025 << false << "64-160";
         QTest::newRow("one-page image") << 0x447 << true << 0x2000u << 0x8000u << 0x2000u << 100 << false << "64-64";
+        QTest::newRow("across one page boundary") << 0x447 << true << 0x2000u << 0x8000u << 0x2040u << 0x80 << false << "64-65";
         QTest::newRow("last byte at the start of a page") << 0x447 << true << 0x2000u << 0x8000u << 0x2000u << 2 * 128 + 1 << false << "64-66";
         QTest::newRow("image starting above page 255") << 0x416 << true << 0x2000u << 0x12000u << 300u * 256 << 3 * 256 - 10 << false << "300-302";
         QTest::newRow("0x43 part, 256 pages: groups of 255 and 1") << 0x416 << false << 0u << 0x18000u << 0u << 256 * 256 << false << "0-254,255-255";
