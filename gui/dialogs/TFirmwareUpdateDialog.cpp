@@ -527,8 +527,10 @@ void TFirmwareUpdateDialog::OnUpdateStatus(TBootloaderCtrl::StatusCode statusCod
 
 void TFirmwareUpdateDialog::OnUpdateProgress(uint progress)
 {
-    if (m_progressBar->maximum() > 0)
-        m_progressBar->setValue(int(qMin(progress, 100u)));
+    // The bar follows the bytes (OnBytes), a few times a second.
+    Q_UNUSED(progress)
+    if (!m_progressTimer.isActive())
+        m_progressTimer.start();
 }
 
 void TFirmwareUpdateDialog::OnBytes(quint64 done, quint64 total)
