@@ -13,6 +13,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QDialog>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -30,6 +31,7 @@
 #include "firmware/TFirmwareSupport.h"
 #include "gui/TSectionCtrl.h"
 #include "gui/dialogs/TDiscoverGatewayDialog.h"
+#include "gui/dialogs/TFirmwareUpdateDialog.h"
 #include "gui/pages/TDataLinkPage.h"
 #include "gui/pages/TDeviceConfigPage.h"
 #include "gui/pages/TDeviceInfoPage.h"
@@ -348,8 +350,12 @@ void TMainWindow::OnDeviceAdded(const QString& port)
     if (!TSettings::Instance().FirmwareCompatibilityCheck())
         return;
     const QString warning = TFirmwareSupport::Instance().CheckDevice(TDeviceManager::Instance().DeviceInfoByPort(port));
-    if (!warning.isEmpty())
-        ShowBox(QMessageBox::Warning, QStringLiteral("Compatibility Warning"), warning);
+    if (warning.isEmpty())
+        return;
+    ShowBox(QMessageBox::Warning, QStringLiteral("Compatibility Warning"), warning);
+    QPushButton* update = m_lastBox->addButton(QStringLiteral("Firmware Update"), QMessageBox::ActionRole);
+    update->setAccessibleName(update->text());
+    connect(update, &QPushButton::clicked, this, &TMainWindow::OnFirmwareUpdate);
 }
 
 void TMainWindow::ShowBox(int icon, const QString& title, const QString& text)
@@ -382,8 +388,10 @@ void TMainWindow::ShowTextDocument(const QString& path, const QString& title)
 
 void TMainWindow::OnFirmwareUpdate()
 {
-    TStatusLog::Instance().AddStatusMessage(QString::fromLatin1(kStatusSource),
-                                            QStringLiteral("info - the firmware update dialog is not in this build; use tessera-cli flash"));
+    auto* dialog = new TFirmwareUpdateDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+    m_updateDialog = dialog;
 }
 
 void TMainWindow::OnDiscoverGateways()

@@ -53,6 +53,8 @@ public:
     QString CurrentTheme() const { return m_theme; }
     /// The last message box shown (error boxes, the compatibility warning), for whoever needs to look.
     QMessageBox* LastMessageBox() const { return m_lastBox; }
+    /// The firmware update dialog while it is open.
+    QDialog* UpdateDialog() const { return m_updateDialog; }
     /// "Key:FreeMem;Value:..." for a descriptor row.
     static QString FreeMemoryRecord();
     void ApplyTheme(const QString& name);
@@ -122,4 +124,5 @@ private:
     QActionGroup* m_themes = nullptr;
     QString m_theme;
     QPointer<QMessageBox> m_lastBox;
+    QPointer<QDialog> m_updateDialog;
 };

@@ -4,13 +4,14 @@
 #include <QDebug>
 #include <QSerialPort>
 
+Q_LOGGING_CATEGORY(lcStm32, "tessera.stm32")
+
 Stm32CommandBase::Stm32CommandBase(int code, int expectedBytes, QObject* parent)
     : QObject(parent)
     , m_code(code)
     , m_expectedBytes(expectedBytes)
 {
     m_timer.setSingleShot(true);
-    m_timer.setInterval(kResponseTimeoutMs);
     connect(&m_timer, &QTimer::timeout, this, &Stm32CommandBase::onTimeout);
 }
 
@@ -88,18 +89,20 @@ QString Stm32CommandBase::TimeStamp()
     return now.toString(QStringLiteral("dd.MM.yyyy")) + now.toString(QStringLiteral("_hh:mm:ss:zzz"));
 }
 
-void Stm32CommandBase::sendBytes(const QByteArray& bytes)
+void Stm32CommandBase::sendBytes(const QByteArray& bytes, int extraMs)
 {
     if (m_port && m_port->isOpen())
         m_port->readAll();
-    m_timer.start();
-    qDebug().noquote() << QStringLiteral("send data %1 %2").arg(Hex(bytes), TimeStamp());
+    m_timer.start(m_responseTimeoutMs + extraMs);
+    qCDebug(lcStm32).noquote() << QStringLiteral("send data %1 %2").arg(Hex(bytes), TimeStamp());
     if (!m_port || !m_port->isOpen()) {
-        qDebug().noquote() << "no open port: nothing sent";
+        qCDebug(lcStm32).noquote() << "no open port: nothing sent";
         return;
     }
     if (m_port->write(bytes) != bytes.size())
-        qDebug().noquote() << "write failed:" << m_port->errorString();
+        qCDebug(lcStm32).noquote() << "write failed:" << m_port->errorString();
+    // Out now, not on the next turn of the event loop: each answer waits for this frame.
+    m_port->flush();
 }
 
 void Stm32CommandBase::sendCommandFrame()
@@ -110,14 +113,14 @@ void Stm32CommandBase::sendCommandFrame()
 
 void Stm32CommandBase::waitWithoutSending(const char* reason)
 {
-    m_timer.start();
-    qDebug().noquote() << QStringLiteral("nothing sent (%1) %2").arg(QLatin1String(reason), TimeStamp());
+    m_timer.start(m_responseTimeoutMs);
+    qCDebug(lcStm32).noquote() << QStringLiteral("nothing sent (%1) %2").arg(QLatin1String(reason), TimeStamp());
 }
 
 bool Stm32CommandBase::accept(const QByteArray& frame)
 {
     if (checkFrame(frame))
         return true;
-    qDebug().noquote() << "invalid frame received";
+    qCDebug(lcStm32).noquote() << "invalid frame received";
     return false;
 }

@@ -1,10 +1,14 @@
 #pragma once
 #include <QByteArray>
+#include <QLoggingCategory>
 #include <QObject>
 #include <QPointer>
 #include <QSerialPort>
 #include <QTimer>
 #include <QVariant>
+
+/// The protocol traces ("send data 31 ce ..."); off, they cost nothing (tessera.stm32.debug=false).
+Q_DECLARE_LOGGING_CATEGORY(lcStm32)
 
 /// One command of the STM32 USART bootloader (AN3155): owns its response timer, builds its frames
 /// and parses the answers. Multi-step commands send their later frames themselves.
@@ -20,8 +24,8 @@ public:
     int Code() const { return m_code; }
     /// Bytes that must be waiting before parse() is called; multi-step commands change it per step.
     int ExpectedBytes() const { return m_expectedBytes; }
-    int ResponseTimeout() const { return m_timer.interval(); }
-    void SetResponseTimeout(int ms) { m_timer.setInterval(ms); }
+    int ResponseTimeout() const { return m_responseTimeoutMs; }
+    void SetResponseTimeout(int ms) { m_responseTimeoutMs = ms; }
     void StopTimer() { m_timer.stop(); }
     bool IsWaiting() const { return m_timer.isActive(); }
 
@@ -47,14 +51,15 @@ public slots:
     virtual void onTimeout();
 
 protected:
-    /// Drops waiting input, starts the timer, traces and writes.
-    void sendBytes(const QByteArray& bytes);
+    /// Drops waiting input, starts the timer (the response time-out plus `extraMs` for answers that
+    /// take the part longer, such as an erase), traces and writes.
+    void sendBytes(const QByteArray& bytes, int extraMs = 0);
     void sendCommandFrame();
     /// Nothing goes on the wire, but the timer runs, so the caller still ends in a time-out.
     void waitWithoutSending(const char* reason);
     /// Frame check with the "invalid frame received" trace.
     bool accept(const QByteArray& frame);
-    void restartTimer() { m_timer.start(); }
+    void restartTimer() { m_timer.start(m_responseTimeoutMs); }
 
     QPointer<QSerialPort> m_port;
     int m_code;
@@ -63,4 +68,5 @@ protected:
 
 private:
     QTimer m_timer;
+    int m_responseTimeoutMs = kResponseTimeoutMs;
 };

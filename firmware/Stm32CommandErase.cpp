@@ -4,7 +4,12 @@
 #include <QVariantMap>
 
 Stm32CommandErase::Stm32CommandErase(QObject* parent)
-    : Stm32CommandBase(0x43, 1, parent)
+    : Stm32CommandErase(0x43, parent)
+{
+}
+
+Stm32CommandErase::Stm32CommandErase(int code, QObject* parent)
+    : Stm32CommandBase(code, 1, parent)
 {
 }
 
@@ -12,45 +17,67 @@ void Stm32CommandErase::send(QSerialPort* port, const QVariant& parameters)
 {
     const QVariantMap map = parameters.toMap();
     m_port = port;
-    m_pageCount = map.isEmpty() ? kGlobalErase : map.value(QStringLiteral("PageNumber")).toInt();
-    m_pageOffset = map.value(QStringLiteral("PageOffset")).toInt();
-    if (m_pageCount == 0) {
-        waitWithoutSending("erase of 0 pages");
+    m_massErase = map.isEmpty();
+    m_nextPage = map.value(QStringLiteral("FirstPage")).toInt();
+    m_pagesLeft = map.value(QStringLiteral("PageCount")).toInt();
+    qCDebug(lcStm32).noquote() << "sendCommand erase" << (m_massErase ? QStringLiteral("all") : QStringLiteral("pages %1 +%2").arg(m_nextPage).arg(m_pagesLeft));
+    if (!m_massErase && (m_pagesLeft <= 0 || m_nextPage < 0 || m_nextPage + m_pagesLeft - 1 > HighestPage())) {
+        waitWithoutSending("no pages this command can name");
         return;
     }
     sendCommandFrame();
 }
 
-QByteArray Stm32CommandErase::PageList(int pageCount, int pageOffset)
+QByteArray Stm32CommandErase::ListFrame(int firstPage, int count) const
 {
-    if (pageCount == kGlobalErase)
-        return QByteArray::fromHex("ff00");
-    QByteArray list(1, char(pageCount - 1));
-    char check = 0;
-    for (int page = pageOffset + 1; page <= pageOffset + pageCount - 1; ++page) {
+    QByteArray list(1, char(count - 1));
+    char check = char(count - 1);
+    for (int page = firstPage; page < firstPage + count; ++page) {
         list.append(char(page));
         check ^= char(page);
     }
-    list.append(check);
-    return list;
+    return list + check;
+}
+
+QByteArray Stm32CommandErase::MassEraseFrame() const
+{
+    return QByteArray::fromHex("ff00");
+}
+
+void Stm32CommandErase::SendList()
+{
+    m_subState = 1;
+    if (m_massErase) {
+        m_pagesLeft = 0;
+        sendBytes(MassEraseFrame(), kGroupPages * kPageEraseMs);
+        return;
+    }
+    const int count = qMin(m_pagesLeft, int(kGroupPages));
+    const QByteArray list = ListFrame(m_nextPage, count);
+    m_nextPage += count;
+    m_pagesLeft -= count;
+    sendBytes(list, count * kPageEraseMs);
 }
 
 void Stm32CommandErase::parse(const QByteArray& data)
 {
-    qDebug().noquote() << "parse erase:" << Hex(data);
+    qCDebug(lcStm32).noquote() << "parse erase:" << Hex(data);
     if (!accept(data))
         return;
     switch (m_subState) {
     case 0:
-        m_subState = 1;
-        sendBytes(PageList(m_pageCount, m_pageOffset));
+        SendList();
         break;
     case 1:
+        if (m_pagesLeft > 0) {
+            sendCommandFrame();   // the next group is a command of its own
+            break;
+        }
         m_subState = 2;
         emit resultReady(true);
         break;
     default:
-        qDebug().noquote() << "unexpected state";
+        qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
 }

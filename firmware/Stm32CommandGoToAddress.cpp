@@ -12,8 +12,17 @@ void Stm32CommandGoToAddress::send(QSerialPort* port, const QVariant& parameters
 {
     m_port = port;
     m_address = parameters.toMap().value(QStringLiteral("StartAddress")).toUInt();
-    qDebug().noquote() << "command: go :" << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'));
+    m_trailing.clear();
+    qCDebug(lcStm32).noquote() << "command: go :" << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'));
     sendCommandFrame();
+}
+
+bool Stm32CommandGoToAddress::checkFrame(const QByteArray& frame)
+{
+    if (frame.isEmpty() || quint8(frame.at(0)) != Ack)
+        return false;
+    StopTimer();
+    return true;
 }
 
 void Stm32CommandGoToAddress::parse(const QByteArray& data)
@@ -26,12 +35,20 @@ void Stm32CommandGoToAddress::parse(const QByteArray& data)
         sendBytes(AddressFrame(m_address));
         break;
     case 1:
-        qDebug().noquote() << "emit result Ready";
+        qCDebug(lcStm32).noquote() << "emit result Ready";
         m_subState = 2;
+        m_trailing = data.mid(1);
         emit resultReady(m_address);
         break;
     default:
-        qDebug().noquote() << "unexpected state";
+        qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
+}
+
+QByteArray Stm32CommandGoToAddress::TakeTrailingBytes()
+{
+    QByteArray bytes;
+    bytes.swap(m_trailing);
+    return bytes;
 }

@@ -11,11 +11,11 @@ void Stm32CommandNull::send(QSerialPort* port, const QVariant& parameters)
 {
     Q_UNUSED(port)
     Q_UNUSED(parameters)
-    qDebug().noquote() << "Error!!!! Sending command form null device!";
+    qCDebug(lcStm32).noquote() << "Error!!!! Sending command form null device!";
 }
 
 void Stm32CommandNull::parse(const QByteArray& data)
 {
     Q_UNUSED(data)
-    qDebug().noquote() << "parse result NULL";
+    qCDebug(lcStm32).noquote() << "parse result NULL";
 }

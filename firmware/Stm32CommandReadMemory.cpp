@@ -32,7 +32,7 @@ void Stm32CommandReadMemory::parse(const QByteArray& data)
         sendBytes(AddressFrame(m_address));
         break;
     case 1: {
-        qDebug().noquote() << "Read Num Bytes:" << m_count;
+        qCDebug(lcStm32).noquote() << "Read Num Bytes:" << m_count;
         m_subState = 2;
         m_expectedBytes = 1 + m_count;
         sendBytes(CountFrame(m_count));
@@ -42,7 +42,7 @@ void Stm32CommandReadMemory::parse(const QByteArray& data)
         m_subState = 3;
         m_expectedBytes = 1;
         const QByteArray bytes = data.mid(1, m_count);
-        qDebug().noquote() << "data received:" << Hex(bytes);
+        qCDebug(lcStm32).noquote() << "data received:" << Hex(bytes);
         QVariantMap result;
         result.insert(QStringLiteral("StartAddress"), m_address);
         result.insert(QStringLiteral("Data"), bytes);
@@ -50,7 +50,7 @@ void Stm32CommandReadMemory::parse(const QByteArray& data)
         break;
     }
     default:
-        qDebug().noquote() << "unexpected state parse read";
+        qCDebug(lcStm32).noquote() << "unexpected state parse read";
         break;
     }
 }

@@ -17,7 +17,7 @@ void Stm32CommandReadU32::send(QSerialPort* port, const QVariant& parameters)
     m_port = port;
     m_address = parameters.toMap().value(QStringLiteral("StartAddress")).toUInt();
     m_expectedBytes = 1;
-    qDebug().noquote() << "SendCommand:ReadU32: " << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'));
+    qCDebug(lcStm32).noquote() << "SendCommand:ReadU32: " << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'));
     sendCommandFrame();
 }
 
@@ -35,26 +35,26 @@ void Stm32CommandReadU32::parse(const QByteArray& data)
         return;
     switch (m_subState) {
     case 0:
-        qDebug().noquote() << "ReadU32:ReceiveCommandAck:ok";
-        qDebug().noquote() << "ReadU32:SendAddress";
+        qCDebug(lcStm32).noquote() << "ReadU32:ReceiveCommandAck:ok";
+        qCDebug(lcStm32).noquote() << "ReadU32:SendAddress";
         m_subState = 1;
         sendBytes(AddressFrame(m_address));
         break;
     case 1:
-        qDebug().noquote() << "ReadU32:ReceiveAddressAck:ok";
-        qDebug().noquote() << "ReadU32:SendNumOfBytes:" << kWordBytes;
+        qCDebug(lcStm32).noquote() << "ReadU32:ReceiveAddressAck:ok";
+        qCDebug(lcStm32).noquote() << "ReadU32:SendNumOfBytes:" << kWordBytes;
         m_subState = 2;
         m_expectedBytes = 1 + kWordBytes;
         sendBytes(CountFrame(kWordBytes));
         break;
     case 2: {
-        qDebug().noquote() << "ReadU32:ReceiveNumberOfBytesAck:ok";
+        qCDebug(lcStm32).noquote() << "ReadU32:ReceiveNumberOfBytesAck:ok";
         m_subState = 3;
         m_expectedBytes = 1;
         quint32 value = 0;
         for (int i = kWordBytes; i >= 1; --i)
             value = (value << 8) | quint8(data.at(i));
-        qDebug().noquote() << "ReadU32:ReceiveData:" << Hex(data.mid(1, kWordBytes));
+        qCDebug(lcStm32).noquote() << "ReadU32:ReceiveData:" << Hex(data.mid(1, kWordBytes));
         QVariantMap result;
         result.insert(QStringLiteral("Address"), m_address);
         result.insert(QStringLiteral("Value"), value);
@@ -62,7 +62,7 @@ void Stm32CommandReadU32::parse(const QByteArray& data)
         break;
     }
     default:
-        qDebug().noquote() << "unexpected state parse read u32";
+        qCDebug(lcStm32).noquote() << "unexpected state parse read u32";
         break;
     }
 }

@@ -24,7 +24,7 @@ void Stm32CommandUnprotect::parse(const QByteArray& data)
         emit resultReady(true);
         break;
     default:
-        qDebug().noquote() << "unexpected state";
+        qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
 }

@@ -17,7 +17,7 @@ void Stm32CommandWriteMemory::send(QSerialPort* port, const QVariant& parameters
     m_data = map.value(QStringLiteral("PageData")).toByteArray().left(count);
     if (m_data.size() < count)
         m_data.append(QByteArray(count - m_data.size(), char(0xFF)));   // short page data: erased value
-    qDebug().noquote() << "command: write:" << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'))
+    qCDebug(lcStm32).noquote() << "command: write:" << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'))
                        << "   numBytes:" << count;
     if (count == 0) {
         waitWithoutSending("write of 0 bytes");
@@ -32,22 +32,22 @@ void Stm32CommandWriteMemory::parse(const QByteArray& data)
         return;
     switch (m_subState) {
     case 0:
-        qDebug().noquote() << "send address:" << QStringLiteral("0x%1").arg(m_address, 0, 16);
+        qCDebug(lcStm32).noquote() << "send address:" << QStringLiteral("0x%1").arg(m_address, 0, 16);
         m_subState = 1;
         sendBytes(AddressFrame(m_address));
         break;
     case 1:
-        qDebug().noquote() << "send page data";
+        qCDebug(lcStm32).noquote() << "send page data";
         m_subState = 2;
         sendBytes(DataFrame(m_data));
         break;
     case 2:
-        qDebug().noquote() << "emit result Ready";
+        qCDebug(lcStm32).noquote() << "emit result Ready";
         m_subState = 3;
         emit resultReady(data);
         break;
     default:
-        qDebug().noquote() << "unexpected state";
+        qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
 }

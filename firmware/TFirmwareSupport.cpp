@@ -32,6 +32,29 @@ const char* const kIncompatible =
     "Please update the firmware (see Menu/File/Firmware Update)!\n";
 }
 
+namespace {
+/// The array `key` of a JSON file's object; `array` stays as it was when the file can't be read.
+bool ReadArray(const QString& path, const QString& key, const QString& what, QJsonArray& array, QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = QStringLiteral("error - couldn't open %1: %2").arg(what, path);
+        return false;
+    }
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    if (!doc.isObject() || !doc.object().value(key).isArray()) {
+        if (error)
+            *error = QStringLiteral("error - %1 %2 is not valid: %3")
+                         .arg(what, path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"%1\" array").arg(key));
+        return false;
+    }
+    array = doc.object().value(key).toArray();
+    return true;
+}
+}
+
 TFirmwareSupport& TFirmwareSupport::Instance()
 {
     static TFirmwareSupport* support = new TFirmwareSupport;
@@ -40,22 +63,7 @@ TFirmwareSupport& TFirmwareSupport::Instance()
 
 bool TFirmwareSupport::Load(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error)
-            *error = QStringLiteral("error - couldn't open firmware versions file: ") + path;
-        return false;
-    }
-    QJsonParseError parseError;
-    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
-    if (!doc.isObject() || !doc.object().value(QStringLiteral("LoRaWAN_Versions")).isArray()) {
-        if (error)
-            *error = QStringLiteral("error - firmware versions file %1 is not valid: %2")
-                         .arg(path, parseError.error != QJsonParseError::NoError ? parseError.errorString() : QStringLiteral("no \"LoRaWAN_Versions\" array"));
-        return false;
-    }
-    m_versions = doc.object().value(QStringLiteral("LoRaWAN_Versions")).toArray();
-    return true;
+    return ReadArray(path, QStringLiteral("LoRaWAN_Versions"), QStringLiteral("firmware versions file"), m_versions, error);
 }
 
 bool TFirmwareSupport::NameMatches(const QString& n, const QString& d)
@@ -129,4 +137,67 @@ bool TFirmwareSupport::AcceptsHCIBootloaderMsg(const TKeyValueList& info) const
         return true;
     // Accepted from that version on: the device's version must not be older.
     return !IsNewer(from, info.Value(QStringLiteral("FWVersion")));
+}
+
+TFirmwareSupport::Verdict TFirmwareSupport::VersionVerdict(const TKeyValueList& info) const
+{
+    QJsonObject entry;
+    int major = 0, minor = 0;
+    if (!FindEntry(info.Value(QStringLiteral("FWName")), entry) || !SplitVersion(entry.value(QStringLiteral("Version")).toString(), major, minor))
+        return NoVersionKnown;
+    const QString device = info.Value(QStringLiteral("FWVersion"));
+    if (!SplitVersion(device, major, minor))
+        return Unidentified;
+    const QString available = entry.value(QStringLiteral("Version")).toString();
+    if (IsNewer(available, device))
+        return NewerAvailable;
+    if (IsNewer(device, available))
+        return DeviceIsNewer;
+    const QString build = entry.value(QStringLiteral("BuildCount")).toString();
+    const QString deviceBuild = info.Value(QStringLiteral("BuildCount"));
+    if (build == QLatin1String("*") || deviceBuild.isEmpty())
+        return UpToDate;
+    if (IsGreaterBuildCount(build, deviceBuild))
+        return NewerAvailable;
+    return IsGreaterBuildCount(deviceBuild, build) ? DeviceIsNewer : UpToDate;
+}
+
+QString TFirmwareSupport::AvailableVersion(const TKeyValueList& info) const
+{
+    QJsonObject entry;
+    if (!FindEntry(info.Value(QStringLiteral("FWName")), entry))
+        return QString();
+    const QString version = entry.value(QStringLiteral("Version")).toString();
+    const QString build = entry.value(QStringLiteral("BuildCount")).toString();
+    return build.isEmpty() || build == QLatin1String("*") ? version : version + QStringLiteral(" build ") + build;
+}
+
+bool TFirmwareSupport::LoadDeviceTypes(const QString& path, QString* error)
+{
+    return ReadArray(path, QStringLiteral("DeviceTypes"), QStringLiteral("device configuration file"), m_deviceTypes, error);
+}
+
+QJsonObject TFirmwareSupport::TypeEntry(const QString& deviceType) const
+{
+    for (const QJsonValue& value : m_deviceTypes) {
+        const QJsonObject object = value.toObject();
+        if (!deviceType.isEmpty() && object.value(QStringLiteral("DeviceType")).toString() == deviceType)
+            return object;
+    }
+    return QJsonObject();
+}
+
+QString TFirmwareSupport::FirmwareNameForType(const QString& deviceType) const
+{
+    return TypeEntry(deviceType).value(QStringLiteral("FirmwareName")).toString();
+}
+
+TFirmwareSupport::BootloaderPins TFirmwareSupport::BootloaderPinsForType(const QString& deviceType) const
+{
+    const QString pins = TypeEntry(deviceType).value(QStringLiteral("BootloaderPins")).toString();
+    if (pins == QLatin1String("FTDI"))
+        return PinsBootReset;
+    if (pins == QLatin1String("FTDI boot pin"))
+        return PinsBootOnly;
+    return PinsNone;
 }

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/THexText.h"
+
 namespace {
 constexpr int kHeaderBytes = 4;    // count, address high, address low, type
 constexpr int kEnvelopeBytes = 5;  // header plus checksum
@@ -59,15 +61,23 @@ bool TIntelHex::ReadFile(const QString& path, quint8* buffer, quint32 size, bool
     m_lowest = m_size;
     m_highest = 0;
     m_extendedAddress = 0;
+    m_base = 0;
+    m_haveBase = false;
+    m_lastWasEndOfFile = false;
+    m_error.clear();
+    m_errorLine = 0;
 
-    // Every line is read, also after an end-of-file record.
+    // Records after an end-of-file record are read too; the file must still end with one.
     int lineNumber = 0;
     while (!file.atEnd()) {
         const QByteArray line = file.readLine();
         if (line.isEmpty())  // read error: atEnd() would never become true
             break;
-        ParseLine(line, ++lineNumber);
+        if (!ParseLine(line, ++lineNumber))
+            return true;
     }
+    if (!m_lastWasEndOfFile)
+        Fail(qMax(lineNumber, 1), QStringLiteral("the file ends without an end-of-file record (cut off?)"));
     return true;
 }
 
@@ -75,80 +85,119 @@ void TIntelHex::GetImageInfo(TImageInfo& info) const
 {
     info.lowest = m_lowest;
     info.highest = m_highest;
-    info.base = m_extendedAddress & kBaseMask;
+    info.base = m_haveBase ? m_base : m_extendedAddress & kBaseMask;
 }
 
-void TIntelHex::ParseLine(QByteArray line, int lineNumber)
+bool TIntelHex::Fail(int lineNumber, const QString& what)
 {
-    const int nul = line.indexOf('\0');
-    if (nul >= 0)
-        line.truncate(nul);
-    if (!line.startsWith(':') || !DecodeRecord(line))
-        return;
+    m_errorLine = lineNumber;
+    m_error = QStringLiteral("error - line %1: %2").arg(lineNumber).arg(what);
+    return false;
+}
+
+bool TIntelHex::ParseLine(QByteArray line, int lineNumber)
+{
+    while (line.endsWith('\n') || line.endsWith('\r'))
+        line.chop(1);
+    if (line.isEmpty())
+        return true;   // a blank line carries nothing
+    if (!line.startsWith(':'))
+        return Fail(lineNumber, QStringLiteral("no ':' at the start of the record"));
+    if (!DecodeRecord(line, lineNumber))
+        return false;
 
     const quint8 count = m_record[0];
     const quint16 address = quint16((m_record[1] << 8) | m_record[2]);
     const quint8 type = m_record[3];
     const quint8* data = m_record + kHeaderBytes;
+    m_lastWasEndOfFile = type == EndOfFile;
 
     switch (type) {
     case Data:
-        if (count <= kMaxDataBytes)
-            StoreData((address + m_extendedAddress) & kSpanMask, count, data, lineNumber);
-        break;
+        return StoreData(address, count, data, lineNumber);
     case ExtendedSegmentAddress:
-        if (count == 2 && address == 0)
-            m_extendedAddress = ((quint32(data[0]) << 8) | data[1]) * 16;
-        break;
     case ExtendedLinearAddress:
-        if (count == 2 && address == 0)
-            m_extendedAddress = ((quint32(data[0]) << 8) | data[1]) << 16;
-        break;
-    default:
+        if (count != 2 || address != 0)
+            return Fail(lineNumber, QStringLiteral("an extended address record needs 2 data bytes at address 0000"));
+        m_extendedAddress = (quint32(data[0]) << 8) | data[1];
+        m_extendedAddress = type == ExtendedSegmentAddress ? m_extendedAddress * 16 : m_extendedAddress << 16;
+        return true;
+    case EndOfFile:
+    case StartSegmentAddress:
+    case StartLinearAddress:
+        if (count != (type == EndOfFile ? 0 : 4))
+            return Fail(lineNumber, QStringLiteral("record type %1 with %2 data bytes").arg(THexText::Prefixed(type, 2)).arg(count));
+        // Known, but nothing the image needs: a start address is not kept.
         qDebug().noquote() << "IntelHex: unexpected record type: Line:" << lineNumber << "    Buffer:"
                            << QStringLiteral("%1 %2 %3 %4")
                                   .arg(m_record[0], 2, 16, QLatin1Char('0'))
                                   .arg(m_record[1], 2, 16, QLatin1Char('0'))
                                   .arg(m_record[2], 2, 16, QLatin1Char('0'))
                                   .arg(m_record[3], 2, 16, QLatin1Char('0'));
-        break;
+        return true;
+    default:
+        return Fail(lineNumber, QStringLiteral("unknown record type %1").arg(THexText::Prefixed(type, 2)));
     }
 }
 
-bool TIntelHex::DecodeRecord(const QByteArray& line)
+bool TIntelHex::DecodeRecord(const QByteArray& line, int lineNumber)
 {
-    // Never reads past the line: a record shorter than its count says is dropped like a bad checksum.
     const char* text = line.constData();
-    if (line.size() < 3)
-        return false;
-    const int count = HexByte(text + 1);
-    if (count < 0 || line.size() < 1 + 2 * (count + kEnvelopeBytes))
-        return false;
+    for (int i = 1; i < line.size(); ++i) {
+        if (HexDigit(text[i]) < 0)
+            return Fail(lineNumber, QStringLiteral("character %1 at column %2 is not a hexadecimal digit")
+                                        .arg(THexText::Prefixed(quint8(text[i]), 2))
+                                        .arg(i + 1));
+    }
+    const int count = line.size() >= 3 ? HexByte(text + 1) : -1;
+    const int digits = line.size() - 1;
+    if (count < 0 || digits != 2 * (count + kEnvelopeBytes))
+        return Fail(lineNumber, count < 0 ? QStringLiteral("record too short for its byte count")
+                                          : QStringLiteral("%1 hexadecimal digits where the byte count %2 needs %3")
+                                                .arg(digits)
+                                                .arg(THexText::Prefixed(quint8(count), 2))
+                                                .arg(2 * (count + kEnvelopeBytes)));
     quint8 sum = 0;
     for (int i = 0; i < count + kEnvelopeBytes; ++i) {
-        const int value = HexByte(text + 1 + 2 * i);
-        if (value < 0)
-            return false;
-        m_record[i] = quint8(value);
-        sum = quint8(sum + value);
+        m_record[i] = quint8(HexByte(text + 1 + 2 * i));
+        sum = quint8(sum + m_record[i]);
     }
-    return sum == 0;
+    if (sum != 0) {
+        const quint8 stated = m_record[count + kEnvelopeBytes - 1];
+        return Fail(lineNumber, QStringLiteral("checksum %1 does not match the record (%2 expected)")
+                                    .arg(THexText::Prefixed(stated, 2), THexText::Prefixed(quint8(stated - sum), 2)));
+    }
+    return true;
 }
 
-void TIntelHex::StoreData(quint32 offset, quint16 count, const quint8* data, int lineNumber)
+bool TIntelHex::StoreData(quint16 address, quint8 count, const quint8* data, int lineNumber)
 {
-    // Bytes past the caller's buffer are dropped; the used range covers only the bytes stored.
-    const quint32 stored = offset < m_size ? std::min<quint32>(count, m_size - offset) : 0;
-    if (stored < count)
-        qDebug().noquote() << "IntelHex: data past the buffer end dropped: Line:" << lineNumber;
-    if (stored == 0)
-        return;
-    std::memcpy(m_buffer + offset, data, stored);
-    if (std::all_of(data, data + stored, [](quint8 b) { return b == 0xFF; }))
-        return;
+    const quint64 first = quint64(m_extendedAddress) + address;
+    if (count == 0)
+        return true;
+    const quint64 last = first + count - 1;
+    if (last > 0xFFFFFFFFull)
+        return Fail(lineNumber, QStringLiteral("data at %1 runs past the end of the 4 GiB address space").arg(THexText::Prefixed(quint32(first), 8)));
+    if (!m_haveBase) {
+        // The first data decides which 1 MiB the image covers.
+        m_base = quint32(first) & kBaseMask;
+        m_haveBase = true;
+    }
+    if (first < m_base || last >= quint64(m_base) + kSpanBytes)
+        return Fail(lineNumber, QStringLiteral("data at %1 lies outside the 1 MiB image from %2 (regions too far apart for one image)")
+                                    .arg(THexText::Prefixed(quint32(first), 8), THexText::Prefixed(m_base, 8)));
+    const quint32 offset = quint32(first - m_base);
+    if (quint64(offset) + count > m_size)
+        return Fail(lineNumber, QStringLiteral("data at %1 runs past the image buffer of %2 bytes")
+                                    .arg(THexText::Prefixed(quint32(first), 8))
+                                    .arg(m_size));
+    std::memcpy(m_buffer + offset, data, count);
+    if (std::all_of(data, data + count, [](quint8 b) { return b == 0xFF; }))
+        return true;
     m_valid = true;
     m_lowest = std::min(m_lowest, offset);
-    m_highest = std::max(m_highest, offset + stored - 1);
+    m_highest = std::max(m_highest, offset + count - 1);
+    return true;
 }
 
 bool TIntelHex::WriteFile(const QByteArray& path, const quint8* buffer, quint32 size, bool segment) const

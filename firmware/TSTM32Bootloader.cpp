@@ -79,6 +79,7 @@ bool TSTM32Bootloader::Open(const QString& portName)
 {
     Close();
     m_errorText.clear();
+    m_portName = portName;
     m_port = new QSerialPort(portName, this);
     if (!m_port->open(QIODevice::ReadWrite)) {
         m_errorText = QStringLiteral("error - couldn't open %1: %2").arg(portName, m_port->errorString());
@@ -90,21 +91,29 @@ bool TSTM32Bootloader::Open(const QString& portName)
     m_port->setDataBits(QSerialPort::Data8);
     // Pseudo-terminals refuse parity; the line works without it, so this is no reason to fail.
     if (!m_port->setParity(QSerialPort::EvenParity))
-        qDebug().noquote() << "even parity refused on" << portName << "-" << m_port->errorString();
+        qCDebug(lcStm32).noquote() << "even parity refused on" << portName << "-" << m_port->errorString();
     m_port->setStopBits(QSerialPort::OneStop);
     m_port->setFlowControl(QSerialPort::NoFlowControl);
     m_port->clearError();
     m_port->readAll();
     connect(m_port, &QSerialPort::readyRead, this, &TSTM32Bootloader::onReadyRead);
-    connect(m_port, &QSerialPort::errorOccurred, this, [this](QSerialPort::SerialPortError error) {
-        if (error != QSerialPort::ResourceError || !m_port || !m_port->isOpen())
-            return;
-        // The port vanished: close it once; the running command then ends in Timeout().
-        m_errorText = QStringLiteral("error - port %1 vanished: %2").arg(m_port->portName(), m_port->errorString());
-        qDebug().noquote() << m_errorText;
-        m_port->close();
-    });
+    connect(m_port, &QSerialPort::errorOccurred, this, [this](QSerialPort::SerialPortError error) { OnPortError(int(error)); });
+    m_gone = false;
+    m_trailing.clear();
     return true;
+}
+
+void TSTM32Bootloader::OnPortError(int error)
+{
+    // A vanished USB device reports a resource error; a pseudo-terminal whose far end closed, a read error.
+    if ((error != QSerialPort::ResourceError && error != QSerialPort::ReadError) || !m_port || !m_port->isOpen())
+        return;
+    m_errorText = QStringLiteral("error - port %1 vanished: %2").arg(m_portName, m_port->errorString());
+    qCDebug(lcStm32).noquote() << m_errorText;
+    m_current->StopTimer();
+    m_current = m_commands.value(CmdNull);
+    m_port->close();
+    emit Lost(m_errorText);
 }
 
 void TSTM32Bootloader::Close()
@@ -117,6 +126,11 @@ void TSTM32Bootloader::Close()
     // Close may run inside the port's own readyRead (a result handler); delete it later.
     m_port->deleteLater();
     m_port = nullptr;
+}
+
+bool TSTM32Bootloader::IsWaiting() const
+{
+    return m_current->IsWaiting();
 }
 
 bool TSTM32Bootloader::IsOpen() const
@@ -142,22 +156,30 @@ quint16 TSTM32Bootloader::GetPageSize() const
     return m_device ? m_device->pageSize : 0;
 }
 
-void TSTM32Bootloader::Erase(quint32 startAddress, quint32 endAddress)
+bool TSTM32Bootloader::Erase(quint32 startAddress, quint32 endAddress)
 {
-    if (!m_device || m_device->pageSize == 0 || startAddress < m_device->flashStart || startAddress > endAddress) {
-        qDebug().noquote() << QStringLiteral("erase 0x%1..0x%2 ignored").arg(startAddress, 0, 16).arg(endAddress, 0, 16);
-        return;
+    const int command = m_extendedErase ? CmdExtendedErase : CmdErase;
+    if (!m_device || m_device->pageSize == 0 || startAddress < m_device->flashStart || startAddress > endAddress
+        || endAddress >= m_device->flashEnd) {
+        qCDebug(lcStm32).noquote() << QStringLiteral("erase 0x%1..0x%2 refused: outside the flash").arg(startAddress, 0, 16).arg(endAddress, 0, 16);
+        return false;
+    }
+    const int firstPage = int((startAddress - m_device->flashStart) / m_device->pageSize);
+    const int lastPage = int((endAddress - m_device->flashStart) / m_device->pageSize);
+    if (lastPage > static_cast<Stm32CommandErase*>(m_commands.value(command))->HighestPage()) {
+        qCDebug(lcStm32).noquote() << QStringLiteral("erase refused: page %1 cannot be named by command 0x%2").arg(lastPage).arg(command, 2, 16, QLatin1Char('0'));
+        return false;
     }
     QVariantMap parameters;
-    parameters.insert(QStringLiteral("PageNumber"), (endAddress - startAddress) / m_device->pageSize);
-    parameters.insert(QStringLiteral("PageOffset"), (startAddress - m_device->flashStart) / m_device->pageSize);
-    executeCommand(m_extendedErase ? CmdExtendedErase : CmdErase, parameters);
+    parameters.insert(QStringLiteral("FirstPage"), firstPage);
+    parameters.insert(QStringLiteral("PageCount"), lastPage - firstPage + 1);
+    executeCommand(command, parameters);
+    return true;
 }
 
 void TSTM32Bootloader::EraseAll()
 {
-    if (m_device)
-        Erase(m_device->flashStart, m_device->flashEnd);
+    executeCommand(m_extendedErase ? CmdExtendedErase : CmdErase);
 }
 
 void TSTM32Bootloader::Unprotect()
@@ -165,25 +187,31 @@ void TSTM32Bootloader::Unprotect()
     executeCommand(CmdWriteUnprotect);
 }
 
-void TSTM32Bootloader::WritePage(quint32 address, const quint8* data)
+void TSTM32Bootloader::WritePage(quint32 address, const QByteArray& data)
 {
-    const int pageSize = GetPageSize();
     QVariantMap parameters = Address(address);
-    parameters.insert(QStringLiteral("NumberOfBytes"), data ? pageSize : 0);
-    parameters.insert(QStringLiteral("PageData"), data ? QByteArray(reinterpret_cast<const char*>(data), pageSize) : QByteArray());
+    parameters.insert(QStringLiteral("NumberOfBytes"), data.size());
+    parameters.insert(QStringLiteral("PageData"), data);
     executeCommand(CmdWriteMemory, parameters);
 }
 
-void TSTM32Bootloader::ReadPage(quint32 address)
+void TSTM32Bootloader::ReadPage(quint32 address, int length)
 {
     QVariantMap parameters = Address(address);
-    parameters.insert(QStringLiteral("NumberOfBytes"), int(GetPageSize()));
+    parameters.insert(QStringLiteral("NumberOfBytes"), length);
     executeCommand(CmdReadMemory, parameters);
 }
 
 void TSTM32Bootloader::GoToAddress(quint32 address)
 {
     executeCommand(CmdGo, Address(address));
+}
+
+QByteArray TSTM32Bootloader::TakeTrailingBytes()
+{
+    QByteArray bytes;
+    bytes.swap(m_trailing);
+    return bytes;
 }
 
 void TSTM32Bootloader::ReadU32(quint32 address)
@@ -195,6 +223,7 @@ void TSTM32Bootloader::ReadU32(quint32 address)
 
 void TSTM32Bootloader::executeCommand(int code, const QVariant& parameters)
 {
+    m_gone = false;
     m_triesLeft = qint8(m_maxTries);
     m_parameters = parameters;
     m_current = m_commands.value(code, m_commands.value(CmdNull));
@@ -211,7 +240,7 @@ void TSTM32Bootloader::onCommandTimeout()
 {
     if (sender() != m_current)
         return;   // a replaced command's timer
-    qDebug().noquote() << "on timeout" << Stm32CommandBase::TimeStamp();
+    qCDebug(lcStm32).noquote() << "on timeout" << Stm32CommandBase::TimeStamp();
     if (m_triesLeft < 0) {
         m_current = m_commands.value(CmdNull);
         emit Timeout();
@@ -222,6 +251,10 @@ void TSTM32Bootloader::onCommandTimeout()
 
 void TSTM32Bootloader::onReadyRead()
 {
+    if (m_port && m_gone) {
+        m_trailing += m_port->readAll();
+        return;
+    }
     if (!m_port || m_port->bytesAvailable() < m_current->ExpectedBytes())
         return;
     m_current->parse(m_port->readAll());
@@ -242,7 +275,7 @@ void TSTM32Bootloader::onGetResultReady(QVariant data)
 void TSTM32Bootloader::onGetIdResultReady(QVariant data)
 {
     m_device = &FindStm32Device(quint16(data.toInt()));
-    qDebug().noquote() << QStringLiteral("device 0x%1 %2").arg(data.toInt(), 3, 16, QLatin1Char('0')).arg(QLatin1String(m_device->name));
+    qCDebug(lcStm32).noquote() << QStringLiteral("device 0x%1 %2").arg(data.toInt(), 3, 16, QLatin1Char('0')).arg(QLatin1String(m_device->name));
     emit DeviceInitialized();
 }
 
@@ -273,6 +306,9 @@ void TSTM32Bootloader::OnUnprotectResultReady(QVariant data)
 void TSTM32Bootloader::OnGoToAddressResultReady(QVariant data)
 {
     Q_UNUSED(data)
+    m_gone = true;
+    m_trailing = static_cast<Stm32CommandGoToAddress*>(m_commands.value(CmdGo))->TakeTrailingBytes();
+    m_current = m_commands.value(CmdNull);
     emit Gone();
 }
 

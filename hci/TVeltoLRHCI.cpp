@@ -310,6 +310,12 @@ void TVeltoLRHCI::OnReadyRead()
         m_slip.Decode(bytes);
 }
 
+void TVeltoLRHCI::FeedReceived(const QByteArray& bytes)
+{
+    if (!bytes.isEmpty())
+        m_slip.Decode(bytes);
+}
+
 void TVeltoLRHCI::ProcessRxFrame(const QByteArray& frame)
 {
     const auto* data = reinterpret_cast<const quint8*>(frame.constData());

@@ -63,6 +63,9 @@ public:
     /// True while a request waits for its response; timers and discovery ask before they touch the link.
     bool IsWaiting() const { return m_waiting; }
     const HCIMessage& Response() const { return m_response; }
+    /// Takes bytes that reached the port before this link opened it (the first bytes of a firmware
+    /// that a bootloader read along with its last answer) as if the port had delivered them.
+    void FeedReceived(const QByteArray& bytes);
     /// Frames written to the port since construction.
     quint32 FramesSent() const { return m_framesSent; }
 

@@ -13,6 +13,9 @@
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 
+using CliProcess::Cli;
+using CliProcess::Run;
+
 class TestCli : public QObject
 {
     Q_OBJECT
@@ -246,7 +249,7 @@ private slots:
         run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath,
                    QStringLiteral("--via-hci"), QStringLiteral("--verify")}, 60000);
         QCOMPARE(run.exitCode, 0);
-        QCOMPARE(run.out, QStringLiteral("Success\n"));
+        QCOMPARE(run.out, QStringLiteral("Success\ninfo - the module runs Velto_LoRaWAN V3.1 build 140\n"));
         QCOMPARE(m_sim->Bootloader().Flash().left(image.size()), image);
         QVERIFY(!m_sim->InBootloader());
         run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetFirmwareInfo")});

@@ -1,3 +1,4 @@
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include "TestEnvironment.h"
@@ -94,6 +95,59 @@ private slots:
         QVERIFY(fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_LoRaWAN"), QStringLiteral("V1.11"))));
         QVERIFY(!fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_LoRaWAN"), QStringLiteral("V1.10"))));
         QVERIFY(fw.AcceptsHCIBootloaderMsg(Device(QStringLiteral("Velto_Wavelet24"), QStringLiteral("V0.0"))));
+    }
+
+    void versionVerdict_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("build");
+        QTest::addColumn<int>("verdict");
+        QTest::addColumn<QString>("available");
+        QTest::newRow("older version") << "Velto_LoRaWAN" << "V1.9" << "300" << int(TFirmwareSupport::NewerAvailable) << "2.0 build 112";
+        QTest::newRow("same version, older build") << "Velto_LoRaWAN" << "V2.0" << "111" << int(TFirmwareSupport::NewerAvailable) << "2.0 build 112";
+        QTest::newRow("same version and build") << "Velto_LoRaWAN_Beta" << "V2.0" << "112" << int(TFirmwareSupport::UpToDate) << "2.0 build 112";
+        QTest::newRow("same version, later build") << "Velto_LoRaWAN" << "V2.0" << "113" << int(TFirmwareSupport::DeviceIsNewer) << "2.0 build 112";
+        QTest::newRow("later version") << "Velto_LoRaWAN" << "V2.4" << "1" << int(TFirmwareSupport::DeviceIsNewer) << "2.0 build 112";
+        QTest::newRow("any build counts the same") << "Caravel_LoRaWAN" << "V1.0" << "0" << int(TFirmwareSupport::UpToDate) << "1.0";
+        QTest::newRow("three-part version") << "Velto_LoRaWAN" << "2.0.1" << "1" << int(TFirmwareSupport::Unidentified) << "2.0 build 112";
+        QTest::newRow("no entry") << "Mystery_FW" << "V2.0" << "1" << int(TFirmwareSupport::NoVersionKnown) << "";
+    }
+    void versionVerdict()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, version);
+        QFETCH(QString, build);
+        QFETCH(int, verdict);
+        QFETCH(QString, available);
+        const TFirmwareSupport& fw = TFirmwareSupport::Instance();
+        QCOMPARE(int(fw.VersionVerdict(Device(name, version, build))), verdict);
+        QCOMPARE(fw.AvailableVersion(Device(name, version, build)), available);
+    }
+
+    void deviceTypes_firmwareNameAndBootloaderPins()
+    {
+        TFirmwareSupport& fw = TFirmwareSupport::Instance();
+        QVERIFY(fw.LoadDeviceTypes(QStringLiteral(":/Config/DeviceConfig.json")));
+        QCOMPARE(fw.FirmwareNameForType(QStringLiteral("Velto LR USB Stick")), QStringLiteral("Velto_LoRaWAN"));
+        QCOMPARE(fw.FirmwareNameForType(QStringLiteral("Caravel Dual Stack Module")), QStringLiteral("Caravel_LoRaWAN"));
+        QCOMPARE(fw.FirmwareNameForType(QStringLiteral("Toaster")), QString());
+        QCOMPARE(fw.BootloaderPinsForType(QStringLiteral("Velto LR USB Stick")), TFirmwareSupport::PinsBootReset);
+        QCOMPARE(fw.BootloaderPinsForType(QStringLiteral("Velto LR Module")), TFirmwareSupport::PinsNone);
+        QCOMPARE(fw.BootloaderPinsForType(QStringLiteral("Toaster")), TFirmwareSupport::PinsNone);
+
+        QTemporaryDir dir;
+        QFile file(dir.filePath(QStringLiteral("types.json")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(R"({ "DeviceTypes": [ { "DeviceType": "RM411A-XL", "FirmwareName": "Velto_LoRaWAN", "BootloaderPins": "FTDI boot pin" } ] })");
+        file.close();
+        QVERIFY(fw.LoadDeviceTypes(file.fileName()));
+        QCOMPARE(fw.BootloaderPinsForType(QStringLiteral("RM411A-XL")), TFirmwareSupport::PinsBootOnly);
+        QCOMPARE(fw.FirmwareNameForType(QStringLiteral("Velto LR USB Stick")), QString());
+        QString error;
+        QVERIFY(!fw.LoadDeviceTypes(dir.filePath(QStringLiteral("missing.json")), &error));
+        QCOMPARE(error, QStringLiteral("error - couldn't open device configuration file: ") + dir.filePath(QStringLiteral("missing.json")));
+        QCOMPARE(fw.BootloaderPinsForType(QStringLiteral("RM411A-XL")), TFirmwareSupport::PinsBootOnly);   // the last good file stays
     }
 
     void load_brokenFiles()

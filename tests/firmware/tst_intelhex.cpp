@@ -1,12 +1,12 @@
 // Intel HEX reading and writing, with srec_cat as an independent reader and writer.
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <initializer_list>
 #include <utility>
 
+#include "HexImage.h"
 #include "TestEnvironment.h"
 #include "firmware/TIntelHex.h"
 
@@ -18,15 +18,7 @@ constexpr char kGuard = char(0xAA);
 // One record line with a correct checksum; `dataHex` is the data field.
 QByteArray Rec(quint8 type, quint16 address, const QByteArray& dataHex)
 {
-    const QByteArray data = QByteArray::fromHex(dataHex);
-    QByteArray bytes;
-    bytes.append(char(data.size())).append(char(address >> 8)).append(char(address & 0xFF)).append(char(type));
-    bytes += data;
-    quint8 sum = 0;
-    for (char c : bytes)
-        sum = quint8(sum + quint8(c));
-    bytes.append(char(quint8(-sum)));
-    return ':' + bytes.toHex().toUpper() + '\n';
+    return HexImage::Record(type, address, QByteArray::fromHex(dataHex));
 }
 
 QByteArray Counting(int first, int count)
@@ -45,14 +37,7 @@ QByteArray Image(uint size, char fill, std::initializer_list<std::pair<uint, QBy
     return image;
 }
 
-QByteArray RandomBytes(int size, quint32 seed)
-{
-    QRandomGenerator rng(seed);
-    QByteArray bytes(size, 0);
-    for (char& c : bytes)
-        c = char(rng.bounded(256));
-    return bytes;
-}
+using HexImage::RandomBytes;
 
 QStringList g_traces;
 void CaptureDebug(QtMsgType type, const QMessageLogContext&, const QString& text)
@@ -100,58 +85,45 @@ private slots:
         QTest::addColumn<uint>("highest");
         QTest::addColumn<uint>("base");
         QTest::addColumn<QByteArray>("image");
+        const QByteArray eof = Rec(1, 0, "");
 
         QTest::newRow("linear 0x0800 lands at offset 0")
-            << Rec(4, 0, "0800") + Rec(0, 0, "0102030405") << 0x100u << true << true << 0u << 4u << 0x08000000u
+            << Rec(4, 0, "0800") + Rec(0, 0, "0102030405") + eof << 0x100u << true << true << 0u << 4u << 0x08000000u
             << Image(0x100, char(0xFF), {{0, "0102030405"}});
         QTest::newRow("record across 64 KiB, second linear segment")
-            << Rec(4, 0, "0800") + Rec(0, 0xFFF0, Counting(0, 32)) + Rec(4, 0, "0801") + Rec(0, 0x0010, "A1A2")
+            << Rec(4, 0, "0800") + Rec(0, 0xFFF0, Counting(0, 32)) + Rec(4, 0, "0801") + Rec(0, 0x0010, "A1A2") + eof
             << 0x20000u << true << true << 0xFFF0u << 0x10011u << 0x08000000u
             << Image(0x20000, char(0xFF), {{0xFFF0, Counting(0, 32)}, {0x10010, "A1A2"}});
-        QTest::newRow("above 1 MiB wraps to the start")
-            << Rec(4, 0, "0810") + Rec(0, 0x0020, "11") << 0x100u << true << true << 0x20u << 0x20u << 0x08100000u
+        QTest::newRow("data above the first MiB has its own base")
+            << Rec(4, 0, "0810") + Rec(0, 0x0020, "11") + eof << 0x100u << true << true << 0x20u << 0x20u << 0x08100000u
             << Image(0x100, char(0xFF), {{0x20, "11"}});
         QTest::newRow("extended segment addresses")
-            << Rec(2, 0, "1000") + Rec(0, 0x0100, "2233") + Rec(2, 0, "FFFF") + Rec(0, 0x0020, "44")
-            << 0x20000u << true << true << 0x10u << 0x10101u << 0u
-            << Image(0x20000, char(0xFF), {{0x10100, "2233"}, {0x10, "44"}});
-        QTest::newRow("malformed 02 and 04 records ignored")
-            << Rec(4, 0, "0800") + Rec(4, 0x0010, "0900") + Rec(4, 0, "090000") + Rec(2, 0x0001, "1000")
-                   + Rec(0, 0, "55")
-            << 0x100u << true << true << 0u << 0u << 0x08000000u << Image(0x100, char(0xFF), {{0, "55"}});
-        QTest::newRow("32-byte record stored, 33-byte record dropped")
-            << Rec(0, 0, Counting(0x40, 32)) + Rec(0, 0x40, Counting(0x80, 33)) << 0x100u << true << true << 0u
-            << 31u << 0u << Image(0x100, char(0xFF), {{0, Counting(0x40, 32)}});
-
-        QByteArray badChecksum = Rec(0, 0x20, "0102");
-        badChecksum[badChecksum.size() - 2] = badChecksum.at(badChecksum.size() - 2) == '0' ? '1' : '0';
-        const QByteArray truncated = Rec(0, 0x40, "010203").left(12) + '\n';
-        QByteArray nonHex = Rec(0, 0x50, "0102");
-        nonHex[9] = 'G';
-        QTest::newRow("garbage, bad checksum, short and non-hex lines skipped")
-            << QByteArray("garbage line\n\n") + Rec(0, 0x60, "99").mid(1) + " " + Rec(0, 0x70, "98") + badChecksum
-                   + truncated + ":0\n:\n" + nonHex + Rec(0, 0x30, "66").trimmed() + QByteArray("\0:01000000FF00\n", 15)
-                   + QByteArray("\0", 1) + Rec(0, 0x31, "67") + Rec(0, 0x10, "77")
-            << 0x100u << true << true << 0x10u << 0x30u << 0u << Image(0x100, char(0xFF), {{0x10, "77"}, {0x30, "66"}});
+            << Rec(2, 0, "1000") + Rec(0, 0x0100, "2233") + Rec(2, 0, "0100") + Rec(0, 0x0020, "44") + eof
+            << 0x20000u << true << true << 0x1020u << 0x10101u << 0u
+            << Image(0x20000, char(0xFF), {{0x10100, "2233"}, {0x1020, "44"}});
+        QTest::newRow("records of every legal length up to 255 bytes")
+            << Rec(0, 0, Counting(0x40, 32)) + Rec(0, 0x20, Counting(0x80, 33)) + Rec(0, 0x41, Counting(0, 255)) + eof << 0x200u
+            << true << true << 0u << 0x13Fu << 0u
+            << Image(0x200, char(0xFF), {{0, Counting(0x40, 32)}, {0x20, Counting(0x80, 33)}, {0x41, Counting(0, 255)}});
         QTest::newRow("lower case digits and CRLF")
-            << Rec(4, 0, "08A0").toLower().replace('\n', "\r\n") + Rec(0, 0x00BC, "ABCDEF").toLower().replace('\n', "\r\n")
+            << (Rec(4, 0, "08A0") + Rec(0, 0x00BC, "ABCDEF") + eof).toLower().replace('\n', "\r\n")
             << 0x100u << true << true << 0xBCu << 0xBEu << 0x08A00000u << Image(0x100, char(0xFF), {{0xBC, "ABCDEF"}});
-        QTest::newRow("end-of-file record in the middle")
-            << Rec(0, 0, "01") + ":00000001FF\n" + Rec(0, 0x10, "02") << 0x100u << true << true << 0u << 0x10u << 0u
+        QTest::newRow("records after an end-of-file record are read on")
+            << Rec(0, 0, "01") + eof + Rec(0, 0x10, "02") + eof << 0x100u << true << true << 0u << 0x10u << 0u
             << Image(0x100, char(0xFF), {{0, "01"}, {0x10, "02"}});
+        QTest::newRow("blank lines and start addresses carry nothing")
+            << Rec(0, 0x10, "03") + "\n\n" + Rec(3, 0, "00001234") + Rec(5, 0, "08000101") + eof << 0x100u << true << true
+            << 0x10u << 0x10u << 0u << Image(0x100, char(0xFF), {{0x10, "03"}});
         QTest::newRow("used range spans whole records")
-            << Rec(0, 0x10, "FF01FF") << 0x100u << true << true << 0x10u << 0x12u << 0u
+            << Rec(0, 0x10, "FF01FF") + eof << 0x100u << true << true << 0x10u << 0x12u << 0u
             << Image(0x100, char(0xFF), {{0x10, "FF01FF"}});
         QTest::newRow("only 0xFF data is not valid")
-            << Rec(0, 0x10, "FFFF") << 0x100u << true << false << 0x100u << 0u << 0u << Image(0x100, char(0xFF), {});
+            << Rec(0, 0x10, "FFFF") + eof << 0x100u << true << false << 0x100u << 0u << 0u << Image(0x100, char(0xFF), {});
         QTest::newRow("without fill only records are written")
-            << Rec(0, 0x10, "FFFF") + Rec(0, 0x20, "01") << 0x100u << false << true << 0x20u << 0x20u << 0u
+            << Rec(0, 0x10, "FFFF") + Rec(0, 0x20, "01") + eof << 0x100u << false << true << 0x20u << 0x20u << 0u
             << Image(0x100, kGuard, {{0x10, "FFFF"}, {0x20, "01"}});
-        QTest::newRow("data past the buffer end dropped")
-            << Rec(0, 0xF8, Counting(0, 16)) + Rec(0, 0x200, "99") << 0x100u << true << true << 0xF8u << 0xFFu << 0u
-            << Image(0x100, char(0xFF), {{0xF8, Counting(0, 8)}});
-        QTest::newRow("empty file") << QByteArray() << 0x100u << true << false << 0x100u << 0u << 0u
-                                    << Image(0x100, char(0xFF), {});
+        QTest::newRow("only the end-of-file record") << eof << 0x100u << true << false << 0x100u << 0u << 0u
+                                                     << Image(0x100, char(0xFF), {});
     }
 
     void read()
@@ -169,6 +141,7 @@ private slots:
         QByteArray buffer(int(size) + kGuardBytes, kGuard);
         TIntelHex hex;
         QVERIFY(hex.ReadFile(path, reinterpret_cast<quint8*>(buffer.data()), size, fill));
+        QCOMPARE(hex.ErrorText(), QString());
         QCOMPARE(hex.IsValid(), valid);
         TImageInfo info;
         hex.GetImageInfo(info);
@@ -179,11 +152,68 @@ private slots:
         QCOMPARE(buffer.mid(int(size)), QByteArray(kGuardBytes, kGuard));
     }
 
-    void read_tracesOnlyUnexpectedTypesAndDroppedData()
+    void read_refusesWhatItCannotRead_data()
     {
-        const QByteArray text = Rec(0, 0, "01") + "garbage\n" + ":00000001FE\n" + ":00000001FF\n"
-                                + Rec(3, 0, "00001234") + Rec(5, 0, "08000101") + Rec(7, 0xABCD, "")
-                                + Rec(0, 0x10, "02") + Rec(0, 0xFFF0, "03") + Rec(0, 0, Counting(0, 33));
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QString>("error");
+        const QByteArray eof = Rec(1, 0, "");
+        const QByteArray good = Rec(4, 0, "0800") + Rec(0, 0, "0102");
+        QByteArray badSum = Rec(0, 0x20, "0102");
+        badSum.replace(badSum.size() - 3, 2, "00");
+
+        QTest::newRow("bad checksum") << good + badSum + eof << 3 << "line 3: checksum 0x00 does not match the record (0xDB expected)";
+        QTest::newRow("NUL inside a record") << good + QByteArray(":0200\0" "20000102DB\n", 16) + eof << 3
+                                             << "line 3: character 0x00 at column 6 is not a hexadecimal digit";
+        QTest::newRow("stray space at the end") << good + Rec(0, 0x20, "0102").replace('\n', " \n") + eof << 3
+                                                << "line 3: character 0x20 at column 16 is not a hexadecimal digit";
+        QTest::newRow("stray space inside") << good + QByteArray(":02 00200000102DB\n") + eof << 3
+                                            << "line 3: character 0x20 at column 4 is not a hexadecimal digit";
+        QTest::newRow("a byte short of its count") << good + Rec(0, 0x20, "010203").left(15) + "\n" + eof << 3
+                                                   << "line 3: 14 hexadecimal digits where the byte count 0x03 needs 16";
+        QTest::newRow("a byte more than its count") << good + ":0100200001FFDD\n" + eof << 3
+                                                    << "line 3: 14 hexadecimal digits where the byte count 0x01 needs 12";
+        QTest::newRow("no colon") << good + "garbage line\n" + eof << 3 << "line 3: no ':' at the start of the record";
+        QTest::newRow("cut off without its end-of-file record") << good + Rec(0, 0x20, "0304") << 3
+                                                                << "line 3: the file ends without an end-of-file record (cut off?)";
+        QTest::newRow("empty file") << QByteArray() << 1 << "line 1: the file ends without an end-of-file record (cut off?)";
+        QTest::newRow("data 1 MiB above the base") << good + Rec(4, 0, "0810") + Rec(0, 0x0000, "11") + eof << 4
+                                                   << "line 4: data at 0x08100000 lies outside the 1 MiB image from 0x08000000 (regions too far apart for one image)";
+        QTest::newRow("regions far apart: option bytes beside the flash")
+            << good + Rec(4, 0, "1FF8") + Rec(0, 0x0000, "AA55") + eof << 4
+            << "line 4: data at 0x1FF80000 lies outside the 1 MiB image from 0x08000000 (regions too far apart for one image)";
+        QTest::newRow("regions far apart: the lower one comes second")
+            << good + Rec(4, 0, "0000") + Rec(0, 0x0100, "AA55") + eof << 4
+            << "line 4: data at 0x00000100 lies outside the 1 MiB image from 0x08000000 (regions too far apart for one image)";
+        QTest::newRow("address wraps past 4 GiB") << Rec(4, 0, "FFFF") + Rec(0, 0xFFF8, Counting(0, 16)) + eof << 2
+                                                  << "line 2: data at 0xFFFFFFF8 runs past the end of the 4 GiB address space";
+        QTest::newRow("data past the image buffer") << good + Rec(0, 0x00FE, "010203") + eof << 3
+                                                    << "line 3: data at 0x080000FE runs past the image buffer of 256 bytes";
+        QTest::newRow("extended address with 3 bytes") << Rec(4, 0, "080000") + eof << 1
+                                                       << "line 1: an extended address record needs 2 data bytes at address 0000";
+        QTest::newRow("extended address not at 0000") << Rec(2, 0x0010, "1000") + eof << 1
+                                                      << "line 1: an extended address record needs 2 data bytes at address 0000";
+        QTest::newRow("end-of-file record with data") << good + Rec(1, 0, "00") << 3 << "line 3: record type 0x01 with 1 data bytes";
+        QTest::newRow("unknown record type") << good + Rec(7, 0xABCD, "") + eof << 3 << "line 3: unknown record type 0x07";
+    }
+    void read_refusesWhatItCannotRead()
+    {
+        QFETCH(QByteArray, text);
+        QFETCH(int, line);
+        QFETCH(QString, error);
+        const QString path = WriteText(QStringLiteral("bad.hex"), text);
+        QByteArray buffer(0x100, 0);
+        TIntelHex hex;
+        QVERIFY(hex.ReadFile(path, reinterpret_cast<quint8*>(buffer.data()), 0x100, true));
+        QCOMPARE(hex.ErrorText(), QStringLiteral("error - ") + error);
+        QCOMPARE(hex.ErrorLine(), line);
+        QVERIFY(!hex.IsValid());
+    }
+
+    void read_tracesStartAndEndRecords()
+    {
+        const QByteArray text = Rec(0, 0, "01") + ":00000001FF\n" + Rec(3, 0, "00001234") + Rec(5, 0, "08000101")
+                                + Rec(0, 0x10, "02") + ":00000001FF\n";
         const QString path = WriteText(QStringLiteral("trace.hex"), text);
         QByteArray buffer(0x100, 0);
         g_traces.clear();
@@ -192,19 +222,19 @@ private slots:
         const bool read = hex.ReadFile(path, reinterpret_cast<quint8*>(buffer.data()), 0x100, true);
         qInstallMessageHandler(previous);
         QVERIFY(read);
+        QVERIFY(hex.IsValid());
         QCOMPARE(g_traces, QStringList({
-                               "IntelHex: unexpected record type: Line: 4     Buffer: 00 00 00 01",
-                               "IntelHex: unexpected record type: Line: 5     Buffer: 04 00 00 03",
-                               "IntelHex: unexpected record type: Line: 6     Buffer: 04 00 00 05",
-                               "IntelHex: unexpected record type: Line: 7     Buffer: 00 ab cd 07",
-                               "IntelHex: data past the buffer end dropped: Line: 9",
+                               "IntelHex: unexpected record type: Line: 2     Buffer: 00 00 00 01",
+                               "IntelHex: unexpected record type: Line: 3     Buffer: 04 00 00 03",
+                               "IntelHex: unexpected record type: Line: 4     Buffer: 04 00 00 05",
+                               "IntelHex: unexpected record type: Line: 6     Buffer: 00 00 00 01",
                            }));
         QCOMPARE(buffer, Image(0x100, char(0xFF), {{0, "01"}, {0x10, "02"}}));
     }
 
     void read_unopenableFileChangesNothingNextFileStartsAfresh()
     {
-        const QString path = WriteText(QStringLiteral("good.hex"), Rec(4, 0, "0800") + Rec(0, 0x40, "1234"));
+        const QString path = WriteText(QStringLiteral("good.hex"), Rec(4, 0, "0800") + Rec(0, 0x40, "1234") + Rec(1, 0, ""));
         QByteArray buffer(0x100, 0);
         TIntelHex hex;
         QVERIFY(hex.ReadFile(path, reinterpret_cast<quint8*>(buffer.data()), 0x100, true));
@@ -221,7 +251,7 @@ private slots:
         }
 
         // The next file starts again without an extended address.
-        const QString plain = WriteText(QStringLiteral("plain.hex"), Rec(0, 0x50, "01"));
+        const QString plain = WriteText(QStringLiteral("plain.hex"), Rec(0, 0x50, "01") + Rec(1, 0, ""));
         QVERIFY(hex.ReadFile(plain, reinterpret_cast<quint8*>(buffer.data()), 0x100, true));
         QCOMPARE(buffer, Image(0x100, char(0xFF), {{0x50, "01"}}));
         TImageInfo info;
@@ -329,6 +359,7 @@ private slots:
         QTest::addColumn<uint>("base");
         QTest::newRow("flash, default records") << QStringList() << 0x08000000u << 0x08000000u;
         QTest::newRow("16-byte records") << QStringList({"-Output_Block_Size", "16"}) << 0x08000000u << 0x08000000u;
+        QTest::newRow("255-byte records") << QStringList({"-Output_Block_Size", "255"}) << 0x08000000u << 0x08000000u;
         QTest::newRow("forced linear addresses") << QStringList({"-address-length=4"}) << 0x08010008u << 0x08000000u;
         QTest::newRow("segment addresses") << QStringList({"-address-length=3"}) << 0x00020004u << 0u;
     }

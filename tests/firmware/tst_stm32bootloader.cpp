@@ -7,6 +7,8 @@
 
 #include "TestEnvironment.h"
 #include "firmware/TSTM32Bootloader.h"
+#include "tools/sim/TSimDeviceMgmt.h"
+#include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Port.h"
 
 // TSTM32Bootloader against the emulated system bootloader over a real pseudo-terminal.
@@ -136,7 +138,7 @@ private slots:
         QTest::addColumn<int>("productId");
         QTest::addColumn<bool>("paced");
         QTest::addColumn<int>("fault");
-        QTest::newRow("0x447, 128-byte pages") << 0x447 << false << int(Fault::FaultNone);
+        QTest::newRow("0x447: a 256-byte block spans two 128-byte pages") << 0x447 << false << int(Fault::FaultNone);
         QTest::newRow("0x416, 256-byte pages, paced") << 0x416 << true << int(Fault::FaultNone);
         QTest::newRow("0x416, each command NACKed once") << 0x416 << false << int(Fault::FaultNackFirstTry);
     }
@@ -150,113 +152,117 @@ private slots:
         Sim().SetFault(Fault(fault));
         if (fault != Fault::FaultNone)
             m_boot->SetCommandTimeout(kShortTimeoutMs * 3);
-        const int pageSize = m_boot->GetPageSize();
+        constexpr int kBlock = 256;
         QSignalSpy written(m_boot.get(), &TBootloaderIF::PageWritten);
         QSignalSpy read(m_boot.get(), &TBootloaderIF::PageRead);
         QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
-        const QList<int> pages{0, 1, 7};
-        for (int page : pages) {
-            const QByteArray data = RandomBytes(pageSize, quint32(page + 1));
-            m_boot->WritePage(kFlashStart + quint32(page * pageSize), reinterpret_cast<const quint8*>(data.constData()));
+        const QList<int> blocks{0, 1, 7};
+        for (int block : blocks) {
+            const QByteArray data = RandomBytes(kBlock, quint32(block + 1));
+            m_boot->WritePage(kFlashStart + quint32(block * kBlock), data);
             QVERIFY(written.wait(kWaitMs));
-            QCOMPARE(Sim().Flash().mid(page * pageSize, pageSize).toHex(), data.toHex());
+            QCOMPARE(Sim().Flash().mid(block * kBlock, kBlock).toHex(), data.toHex());
         }
-        QCOMPARE(Sim().Flash().mid(2 * pageSize, pageSize), QByteArray(pageSize, char(0xFF)));
-        for (int page : pages) {
-            const quint32 address = kFlashStart + quint32(page * pageSize);
-            m_boot->ReadPage(address);
+        QCOMPARE(Sim().Flash().mid(2 * kBlock, kBlock), QByteArray(kBlock, char(0xFF)));
+        for (int block : blocks) {
+            const quint32 address = kFlashStart + quint32(block * kBlock);
+            m_boot->ReadPage(address, kBlock);
             QVERIFY(read.wait(kWaitMs));
             QCOMPARE(read.last().at(0).toUInt(), address);
-            QCOMPARE(read.last().at(1).toByteArray().toHex(), RandomBytes(pageSize, quint32(page + 1)).toHex());
+            QCOMPARE(read.last().at(1).toByteArray().toHex(), RandomBytes(kBlock, quint32(block + 1)).toHex());
         }
-        QCOMPARE(written.count(), 3);
+        // A short last block: the count byte says how many.
+        m_boot->WritePage(kFlashStart + 0x1000, QByteArray::fromHex("0102030405060708"));
+        QVERIFY(written.wait(kWaitMs));
+        m_boot->ReadPage(kFlashStart + 0x1000, 8);
+        QVERIFY(read.wait(kWaitMs));
+        QCOMPARE(read.last().at(1).toByteArray(), QByteArray::fromHex("0102030405060708"));
+        QCOMPARE(written.count(), 4);
         QCOMPARE(timeouts.count(), 0);
     }
 
-    void extendedErase_pageLists_data()
+    void erase_pageLists_data()
     {
+        QTest::addColumn<bool>("extended");
         QTest::addColumn<int>("firstPage");
-        QTest::addColumn<int>("pageCount");
+        QTest::addColumn<int>("pageCount");   // 0: erase all
         QTest::addColumn<QString>("chunks");
         QTest::addColumn<QByteArray>("wire");   // empty: not checked
-        QTest::newRow("250 pages: chunks of 100, 100, 49 overlapping at 100 and 200")
-            << 0 << 250 << "0-100,100-200,200-249" << QByteArray();
-        QTest::newRow("5 pages from 10") << 10 << 5 << "10-14" << QByteArray::fromHex("44bb 0004 000a000b000c000d000e 0a");
-        QTest::newRow("101 pages fit one chunk") << 0 << 101 << "0-100" << QByteArray();
-        QTest::newRow("102 pages") << 3 << 102 << "3-103,103-104" << QByteArray();
-        QTest::newRow("an offset above 255 keeps its low byte") << 300 << 3 << "44-46" << QByteArray();
+        QTest::newRow("0x44, 5 pages from 10") << true << 10 << 5 << "10-14" << QByteArray::fromHex("44bb 0004 000a000b000c000d000e 0a");
+        QTest::newRow("0x44, one page") << true << 7 << 1 << "7-7" << QByteArray::fromHex("44bb 0000 0007 07");
+        QTest::newRow("0x44, from page 300: page numbers are 16-bit") << true << 300 << 3 << "300-302"
+                                                                   << QByteArray::fromHex("44bb 0002 012c012d012e 2c");
+        QTest::newRow("0x44, 250 pages in one group") << true << 0 << 250 << "0-249" << QByteArray();
+        QTest::newRow("0x44, 300 pages in groups of 255") << true << 100 << 300 << "100-354,355-399" << QByteArray();
+        QTest::newRow("0x44, erase all") << true << 0 << 0 << "mass" << QByteArray::fromHex("44bb ffff00");
+        QTest::newRow("0x43, 5 pages from 2: checksum over count and pages") << false << 2 << 5 << "2-6"
+                                                                            << QByteArray::fromHex("43bc 04 0203040506 02");
+        QTest::newRow("0x43, one page") << false << 7 << 1 << "7-7" << QByteArray::fromHex("43bc 00 07 07");
+        QTest::newRow("0x43, 256 pages: 255 and 1, never the count 0xFF") << false << 0 << 256 << "0-254,255-255" << QByteArray();
+        QTest::newRow("0x43, erase all") << false << 0 << 0 << "mass" << QByteArray::fromHex("43bc ff00");
     }
-    void extendedErase_pageLists()
+    void erase_pageLists()
     {
+        QFETCH(bool, extended);
         QFETCH(int, firstPage);
         QFETCH(int, pageCount);
         QFETCH(QString, chunks);
         QFETCH(QByteArray, wire);
-        QVERIFY(Connect(0x416, true));
+        QVERIFY(Connect(0x416, extended));
         const int pageSize = 256;
         Sim().LoadFlash(QByteArray(Sim().Flash().size(), char(0x00)));
         QSignalSpy erased(m_boot.get(), &TBootloaderIF::DeviceErased);
-        m_boot->Erase(kFlashStart + quint32(firstPage * pageSize), kFlashStart + quint32((firstPage + pageCount) * pageSize));
+        if (pageCount == 0)
+            m_boot->EraseAll();
+        else
+            QVERIFY(m_boot->Erase(kFlashStart + quint32(firstPage * pageSize), kFlashStart + quint32((firstPage + pageCount) * pageSize) - 1));
         QVERIFY(erased.wait(kWaitMs));
         QCOMPARE(Chunks(Sim().EraseRequests()), chunks);
         if (!wire.isEmpty())
             QCOMPARE(Sim().Received().toHex(' '), wire.toHex(' '));
-        // The flash matches the chunks: erased inside them, untouched around them.
+        // Erased exactly the pages asked for, untouched around them.
         QByteArray expected(Sim().Flash().size(), char(0x00));
-        for (const QString& chunk : chunks.split(QLatin1Char(','))) {
-            const int first = chunk.section(QLatin1Char('-'), 0, 0).toInt();
-            const int last = chunk.section(QLatin1Char('-'), 1, 1).toInt();
-            expected.replace(first * pageSize, (last - first + 1) * pageSize, QByteArray((last - first + 1) * pageSize, char(0xFF)));
-        }
+        if (pageCount == 0)
+            expected.fill(char(0xFF));
+        else
+            expected.replace(firstPage * pageSize, pageCount * pageSize, QByteArray(pageCount * pageSize, char(0xFF)));
         QVERIFY(Sim().Flash() == expected);
     }
 
-    void standardErase_sendsPageListFromOffsetPlusOne_data()
-    {
-        QTest::addColumn<int>("firstPage");
-        QTest::addColumn<int>("pageCount");
-        QTest::addColumn<QByteArray>("wire");
-        QTest::newRow("5 pages from 2") << 2 << 5 << QByteArray::fromHex("43bc 04 03040506 04");
-        QTest::newRow("1 page from 0") << 0 << 1 << QByteArray::fromHex("43bc 00 00");
-    }
-    void standardErase_sendsPageListFromOffsetPlusOne()
-    {
-        QFETCH(int, firstPage);
-        QFETCH(int, pageCount);
-        QFETCH(QByteArray, wire);
-        QVERIFY(Connect(0x416, false));
-        m_boot->SetCommandTimeout(kShortTimeoutMs);
-        QSignalSpy erased(m_boot.get(), &TBootloaderIF::DeviceErased);
-        QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
-        m_boot->Erase(kFlashStart + quint32(firstPage * 256), kFlashStart + quint32((firstPage + pageCount) * 256));
-        QTRY_VERIFY_WITH_TIMEOUT(Sim().Received().size() >= wire.size(), kWaitMs);
-        QCOMPARE(Sim().Received().left(wire.size()).toHex(' '), wire.toHex(' '));
-        // The list is one page byte short of what it announces: the device keeps waiting, the
-        // host retries and gives up.
-        QVERIFY(timeouts.wait(kWaitMs));
-        QCOMPARE(erased.count(), 0);
-        QVERIFY(Sim().EraseRequests().isEmpty());
-    }
-
-    void erase_withNothingToSend_endsInTimeout_data()
+    void erase_refusedWhenThePagesCannotBeNamed_data()
     {
         QTest::addColumn<bool>("extended");
-        QTest::addColumn<int>("pageCount");
-        QTest::newRow("0x43, end == start") << false << 0;
-        QTest::newRow("0x44, a single page") << true << 1;
+        QTest::addColumn<quint32>("start");
+        QTest::addColumn<quint32>("end");
+        QTest::newRow("0x43, page 256") << false << kFlashStart + 256 * 256 << kFlashStart + 256 * 256;
+        QTest::newRow("below the flash") << true << kFlashStart - 1 << kFlashStart + 10;
+        QTest::newRow("past the flash end") << true << kFlashStart << kFlashStart + 0x20000;
+        QTest::newRow("end before start") << true << kFlashStart + 0x200 << kFlashStart + 0x1FF;
     }
-    void erase_withNothingToSend_endsInTimeout()
+    void erase_refusedWhenThePagesCannotBeNamed()
     {
         QFETCH(bool, extended);
-        QFETCH(int, pageCount);
+        QFETCH(quint32, start);
+        QFETCH(quint32, end);
         QVERIFY(Connect(0x416, extended));
-        m_boot->SetCommandTimeout(kShortTimeoutMs);
-        QSignalSpy erased(m_boot.get(), &TBootloaderIF::DeviceErased);
-        QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
-        m_boot->Erase(kFlashStart + 0x400, kFlashStart + 0x400 + quint32(pageCount * 256));
-        QVERIFY(timeouts.wait(kWaitMs));
+        QVERIFY(!m_boot->Erase(start, end));
         QCOMPARE(Sim().Received(), QByteArray());
-        QCOMPARE(erased.count(), 0);
+        QVERIFY(!m_boot->IsWaiting());
+    }
+
+    void init_ofABootloaderInitialisedBefore()
+    {
+        // An earlier run left the bootloader between two commands: the first 0x7F goes unanswered,
+        // the second completes a pair that it refuses, and that NACK says it listens.
+        QVERIFY(Connect(0x447, true));
+        m_boot->Close();
+        m_boot->SetCommandTimeout(kShortTimeoutMs);
+        QVERIFY(m_boot->Open(m_sim->PortName()));
+        QSignalSpy initialized(m_boot.get(), &TBootloaderIF::DeviceInitialized);
+        m_boot->Init();
+        QVERIFY(initialized.wait(kWaitMs));
+        QCOMPARE(Sim().Received(), QByteArray::fromHex("7f 7f 00ff 02fd"));
+        QCOMPARE(Sim().AcceptedCommands(), (QList<quint8>{0x00, 0x02}));
     }
 
     void readU32_data()
@@ -306,15 +312,46 @@ private slots:
             QCOMPARE(started.first().at(0).toUInt(), address);
     }
 
+    void goAnswer_sharingAReadWithTheApplication()
+    {
+        // The application starts as the ACK leaves: its power-up frame follows in the same burst.
+        TSimModule module;
+        QVERIFY(module.Open());
+        module.EnterBootloader();
+        TSTM32Bootloader boot;
+        QVERIFY(boot.Open(module.PortName()));
+        QSignalSpy initialized(&boot, &TBootloaderIF::DeviceInitialized);
+        boot.Init();
+        QVERIFY(initialized.wait(kWaitMs));
+        QSignalSpy gone(&boot, &TBootloaderIF::Gone);
+        QSignalSpy timeouts(&boot, &TBootloaderIF::Timeout);
+        boot.GoToAddress(kFlashStart);
+        QVERIFY(gone.wait(kWaitMs));
+        const auto* deviceMgmt = static_cast<TSimDeviceMgmt*>(module.Service(TSimDeviceMgmt::kSapId));
+        const QByteArray powerUp = TSimModule::Frame(TSimDeviceMgmt::kSapId, TSimDeviceMgmt::kPowerUpEvent, deviceMgmt->FirmwareInfo());
+        QByteArray trailing;
+        QTRY_COMPARE((trailing += boot.TakeTrailingBytes()).toHex(' '), powerUp.toHex(' '));
+        QCOMPARE(module.Bootloader().AcceptedCommands(), (QList<quint8>{0x7F, 0x00, 0x02, 0x21}));
+        QVERIFY(!module.InBootloader());
+        QCOMPARE(gone.count(), 1);
+        QCOMPARE(timeouts.count(), 0);
+        QVERIFY(!boot.IsWaiting());
+    }
+
     void failures_endInTimeoutAfterSixSends_data()
     {
         QTest::addColumn<int>("fault");
-        QTest::newRow("NACK everything") << int(Fault::FaultNackAll);
-        QTest::newRow("no answer") << int(Fault::FaultNoAnswer);
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("lastFrame");
+        // A NACK to 0x7F means "initialised before": the next command is the one refused six times.
+        QTest::newRow("NACK everything") << int(Fault::FaultNackAll) << QByteArray::fromHex("7f 00ff 00ff 00ff 00ff 00ff 00ff") << "00 ff";
+        QTest::newRow("no answer") << int(Fault::FaultNoAnswer) << QByteArray(6, char(0x7F)) << "7f";
     }
     void failures_endInTimeoutAfterSixSends()
     {
         QFETCH(int, fault);
+        QFETCH(QByteArray, bytes);
+        QFETCH(QString, lastFrame);
         Sim().SetFault(Fault(fault));
         m_boot->SetCommandTimeout(kShortTimeoutMs);
         QVERIFY(m_boot->Open(m_sim->PortName()));
@@ -325,11 +362,10 @@ private slots:
         QTest::qWait(kShortTimeoutMs * 3);   // nothing follows the Timeout()
         qInstallMessageHandler(nullptr);
         QCOMPARE(timeouts.count(), 1);
-        QCOMPARE(Sim().Received(), QByteArray(6, char(0x7F)));
-        const QRegularExpression sendTrace(QStringLiteral("^send data 7f \\d\\d\\.\\d\\d\\.\\d{4}_\\d\\d:\\d\\d:\\d\\d:\\d{3}$"));
+        QCOMPARE(Sim().Received(), bytes);
+        const QRegularExpression sendTrace(QStringLiteral("^send data %1 \\d\\d\\.\\d\\d\\.\\d{4}_\\d\\d:\\d\\d:\\d\\d:\\d{3}$").arg(lastFrame));
         QCOMPARE(g_traces.filter(sendTrace).size(), 6);
         QCOMPARE(g_traces.filter(QRegularExpression(QStringLiteral("^on timeout "))).size(), 6);
-        QCOMPARE(g_traces.size() - 12, fault == Fault::FaultNackAll ? 6 : 0);   // "invalid frame received" per NACK
     }
 
     void unprotect_leavesDeviceToBeInitialisedAgain()
@@ -356,19 +392,26 @@ private slots:
         m_boot->SetCommandTimeout(kShortTimeoutMs);
         QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
         Sim().SetFault(Fault::FaultNoAnswer);
-        m_boot->ReadPage(kFlashStart);
+        m_boot->ReadPage(kFlashStart, 256);
         m_boot->Close();
         QVERIFY(!m_boot->IsOpen());
         QTest::qWait(kShortTimeoutMs * 3);
         QCOMPARE(timeouts.count(), 0);
 
-        // The line vanishing mid-command ends in Timeout(), once.
+        // The line vanishing mid-command is said at once, with its own text, and never as a time-out:
+        // the command's time-out is far longer than the wait here.
+        m_boot->SetCommandTimeout(60000);
         QVERIFY(m_boot->Open(m_sim->PortName()));
-        m_boot->ReadPage(kFlashStart);
+        QSignalSpy lost(m_boot.get(), &TBootloaderIF::Lost);
+        m_boot->ReadPage(kFlashStart, 256);
+        const QString port = m_sim->PortName();
         m_sim->Close();
-        QVERIFY(timeouts.wait(kWaitMs));
-        QTest::qWait(kShortTimeoutMs * 3);
-        QCOMPARE(timeouts.count(), 1);
+        QVERIFY(lost.wait(kWaitMs));
+        QVERIFY2(lost.first().at(0).toString().startsWith(QStringLiteral("error - port %1 vanished: ").arg(port)), qPrintable(lost.first().at(0).toString()));
+        QVERIFY(!m_boot->IsOpen());
+        QVERIFY(!m_boot->IsWaiting());
+        QCOMPARE(timeouts.count(), 0);
+        QCOMPARE(lost.count(), 1);
     }
 };
 

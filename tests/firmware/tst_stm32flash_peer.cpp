@@ -1,4 +1,5 @@
 #include <QProcess>
+#include <QSignalSpy>
 #include <QRandomGenerator>
 #include <QEventLoop>
 #include <QStandardPaths>
@@ -7,6 +8,9 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "firmware/TBootloaderCtrl.h"
+#include "tools/sim/TPseudoTerminal.h"
+#include "tools/sim/TSimStm32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
 
 // The independent stm32flash tool against the emulated system bootloader: if both agree, the
@@ -21,6 +25,25 @@ class TestStm32FlashPeer : public QObject
     Q_OBJECT
 
     QString m_tool;
+
+    /// Runs stm32flash against the emulator, which answers from this event loop: the wait runs it,
+    /// never blocks it. Pseudo-terminals refuse even parity: 8N1 on the line. False (with the
+    /// tool's last output) when it fails.
+    bool RunTool(const QStringList& args, QString& output)
+    {
+        QProcess tool;
+        tool.setProcessChannelMode(QProcess::MergedChannels);
+        tool.start(m_tool, QStringList{QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200")} + args);
+        if (!tool.waitForStarted())
+            return false;
+        QEventLoop loop;
+        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
+        if (tool.state() != QProcess::NotRunning)
+            loop.exec();
+        output = QString::fromLocal8Bit(tool.readAll()).right(2000);
+        return tool.state() == QProcess::NotRunning && tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0;
+    }
 
 private slots:
     void initTestCase()
@@ -64,23 +87,11 @@ private slots:
         QCOMPARE(file.write(image), qint64(image.size()));
         file.close();
 
-        QProcess tool;
-        tool.setProcessChannelMode(QProcess::MergedChannels);
-        // Pseudo-terminals refuse even parity: 8N1 on the line.
-        tool.start(m_tool, {QStringLiteral("-m"), QStringLiteral("8n1"), QStringLiteral("-b"), QStringLiteral("115200"),
-                            QStringLiteral("-w"), file.fileName(), QStringLiteral("-v"),
-                            QStringLiteral("-S"), QStringLiteral("0x%1").arg(kFlashStart, 8, 16, QLatin1Char('0')),
-                            sim.PortName()});
-        QVERIFY(tool.waitForStarted());
-        // The emulator answers from this event loop: wait by running it, never by blocking.
-        QEventLoop loop;
-        connect(&tool, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
-        QTimer::singleShot(kToolTimeoutMs, &loop, &QEventLoop::quit);
-        if (tool.state() != QProcess::NotRunning)
-            loop.exec();
-        QVERIFY2(tool.state() == QProcess::NotRunning, "stm32flash did not finish");
-        const QString output = QString::fromLocal8Bit(tool.readAll()).right(2000);
-        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, qPrintable(output));
+        QString output;
+        QVERIFY2(RunTool({QStringLiteral("-w"), file.fileName(), QStringLiteral("-v"), QStringLiteral("-S"),
+                          QStringLiteral("0x%1").arg(kFlashStart, 8, 16, QLatin1Char('0')), sim.PortName()},
+                         output),
+                 qPrintable(output));
 
         const QByteArray& flash = sim.Bootloader().Flash();
         QVERIFY2(flash.left(imageSize) == image, qPrintable(output));
@@ -90,6 +101,52 @@ private slots:
         QCOMPARE(flash.at(usedPages * pageSize), char(0x00));
         QCOMPARE(sim.Bootloader().AcceptedCommands().first(), quint8(0x7F));
         QVERIFY(sim.Bootloader().AcceptedCommands().contains(quint8(extended ? 0x44 : 0x43)));
+    }
+
+    void ourUpdate_readBackByThePeer()
+    {
+        // Our update over a module with a boot loader of its own; stm32flash then reads the flash back.
+        TSimStm32Port sim(0x447, true);
+        QVERIFY(sim.Open());
+        sim.Bootloader().PreFill(0x2000, 0x8000);
+        QTemporaryDir dir;
+        const QString port = dir.filePath(QStringLiteral("port"));
+        QVERIFY(sim.Wire().CreateLink(port));
+        QByteArray expected = sim.Bootloader().Flash().left(0x10000);
+        QByteArray image(0x3025, 0);
+        QRandomGenerator random(0x3025);
+        for (char& byte : image)
+            byte = char(random.bounded(256));
+        expected.replace(0x2000, 0x3080, QByteArray(0x3080, char(0xFF)));   // the image's pages, erased
+        expected.replace(0x2000, image.size(), image);
+        QFile bin(dir.filePath(QStringLiteral("image.bin")));
+        QVERIFY(bin.open(QIODevice::WriteOnly));
+        bin.write(image);
+        bin.close();
+        const QString hex = dir.filePath(QStringLiteral("image.hex"));
+        QCOMPARE(QProcess::execute(QStringLiteral("srec_cat"), {bin.fileName(), QStringLiteral("-binary"), QStringLiteral("-offset"),
+                                                                QStringLiteral("0x08002000"), QStringLiteral("-o"), hex, QStringLiteral("-intel")}),
+                 0);
+        TBootloaderCtrl ctrl;
+        QSignalSpy finished(&ctrl, &TBootloaderCtrl::EvFinished);
+        TBootloaderCtrl::Request request;
+        request.port = port;
+        request.imagePath = hex;
+        request.confirmIdentity = false;
+        ctrl.Run(request);
+        QVERIFY(finished.wait(kToolTimeoutMs));
+        QCOMPARE(ctrl.Result().status, TBootloaderCtrl::Success);
+
+        sim.Bootloader().Reset();   // the boot pin again: back in the bootloader
+        const QString readBack = dir.filePath(QStringLiteral("read.bin"));
+        QString output;
+        QVERIFY2(RunTool({QStringLiteral("-r"), readBack, QStringLiteral("-S"), QStringLiteral("0x08000000:0x10000"), port}, output), qPrintable(output));
+        QFile read(readBack);
+        QVERIFY(read.open(QIODevice::ReadOnly));
+        const QByteArray flash = read.readAll();
+        QCOMPARE(flash.size(), expected.size());
+        QVERIFY(flash.left(0x2000) == TSimStm32Bootloader::BootRegionPattern(0x2000));
+        QVERIFY(flash == expected);
     }
 };
 

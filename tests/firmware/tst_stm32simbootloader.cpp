@@ -88,7 +88,7 @@ private slots:
 
         QTest::newRow("fault: NACK everything") << 0x447 << true << int(TSimStm32Bootloader::FaultNackAll) << Hex("7f 7f") << Hex("1f 1f");
         QTest::newRow("fault: NACK first try") << 0x447 << true << int(TSimStm32Bootloader::FaultNackFirstTry)
-                                               << Hex("7f 7f 02fd 02fd 02fd") << Hex("1f 79 1f 79 01 04 47 79 1f");
+                                               << Hex("7f 02fd 02fd 02fd") << Hex("79 1f 79 01 04 47 79 1f");
         QTest::newRow("fault: no answer") << 0x447 << true << int(TSimStm32Bootloader::FaultNoAnswer) << Hex("7f 00ff") << QByteArray();
     }
     void answers()

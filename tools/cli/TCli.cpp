@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
+#include <QLoggingCategory>
 #include <QRegExp>
 #include <QSerialPortInfo>
 #include <QTimer>
@@ -29,9 +31,9 @@
 #include "sap/TVeltoLRLoRaWAN.h"
 #include "status/TStatusLog.h"
 #include "firmware/TBootloaderCtrl.h"
-#include "firmware/TBootloaderIF.h"
 #include "firmware/TIntelHex.h"
 #include "devices/TRegTable.h"
+#include "firmware/TUpdateProgress.h"
 #include "tools/cli/TCliConfig.h"
 
 #include <unistd.h>
@@ -96,14 +98,16 @@ int TCli::Run(const QStringList& arguments)
     const QCommandLineOption fdev(QStringLiteral("fdev"), QStringLiteral("FSK frequency deviation in Hz (repeatable)."), QStringLiteral("HZ"));
     const QCommandLineOption rxbw(QStringLiteral("rxbw"), QStringLiteral("Receive bandwidth in Hz (repeatable)."), QStringLiteral("HZ"));
     const QCommandLineOption image(QStringLiteral("image"), QStringLiteral("Intel HEX image to flash."), QStringLiteral("FILE"));
-    const QCommandLineOption verify(QStringLiteral("verify"), QStringLiteral("Read every written page back and compare."));
-    const QCommandLineOption eraseAll(QStringLiteral("erase-all"), QStringLiteral("Erase the whole flash, not only the image range."));
+    const QCommandLineOption verify(QStringLiteral("verify"), QStringLiteral("Read every byte of the image back and compare."));
+    const QCommandLineOption eraseAll(QStringLiteral("erase-all"), QStringLiteral("Erase the whole flash, not only the image's pages."));
+    const QCommandLineOption expectName(QStringLiteral("expect-name"), QStringLiteral("Refuse an image whose file name does not contain NAME."), QStringLiteral("NAME"));
+    const QCommandLineOption noConfirm(QStringLiteral("no-confirm"), QStringLiteral("Do not read the started firmware's information (for images without the HCI)."));
     const QCommandLineOption pins(QStringLiteral("pins"), QStringLiteral("Drive the FTDI CBUS pins: boot | boot-reset."), QStringLiteral("MODE"));
     const QCommandLineOption viaHci(QStringLiteral("via-hci"), QStringLiteral("Start the bootloader with the HCI request SetBootLoaderMode."));
     const QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Memory image size in bytes (default 1 MiB)."), QStringLiteral("BYTES"));
     const QCommandLineOption write(QStringLiteral("write"), QStringLiteral("Write the image back as Intel HEX."), QStringLiteral("OUT"));
     const QCommandLineOption timeout(QStringLiteral("timeout"), QStringLiteral("HCI response time-out in ms (default 5000)."), QStringLiteral("MS"));
-    parser.addOptions({help, version, port, baud, json, verbose, seconds, chip, freq, bitrate, fdev, rxbw, image, verify, eraseAll, pins, viaHci, size, write, timeout});
+    parser.addOptions({help, version, port, baud, json, verbose, seconds, chip, freq, bitrate, fdev, rxbw, image, verify, eraseAll, pins, viaHci, size, write, timeout, expectName, noConfirm});
     AddGatewayOptions(parser);
     const QCommandLineOption withKeys(QStringLiteral("with-keys"), QStringLiteral("config export: include the keys."));
     const QCommandLineOption withDeviceValues(QStringLiteral("with-device-values"), QStringLiteral("config export: include addresses, EUIs, IDs and nonces."));
@@ -125,6 +129,9 @@ int TCli::Run(const QStringList& arguments)
         for (const auto& row : kSubcommands)
             if (sub.isEmpty() || sub == QLatin1String(row[0]))
                 m_out << "  " << QString::fromLatin1(row[0]).leftJustified(10) << row[1] << "\n";
+        if (sub == QLatin1String("flash"))
+            m_out << "\nExample: tessera-cli flash --port /dev/ttyUSB0 --image Velto_LoRaWAN_V3.1.hex --via-hci --verify --expect-name Velto_LoRaWAN\n"
+                     "Exit status: 0 \"Success\", 1 any other status, 2 usage error or no image file.\n";
         if (sub == QLatin1String("exec"))
             m_out << "\nExample: tessera-cli exec --port /dev/ttyUSB0 LoRaWAN/SendUData LoRaPort=0x0A Payload=\"01 02 03\"\n"
                      "Exit status: 0 success, 1 the command failed, 2 usage error, 3 no port or no module.\n";
@@ -174,7 +181,17 @@ int TCli::Run(const QStringList& arguments)
         const QString pinMode = parser.value(pins);
         if (parser.isSet(pins) && pinMode != QLatin1String("boot") && pinMode != QLatin1String("boot-reset"))
             return Usage(QStringLiteral("--pins wants boot or boot-reset"));
-        return Flash(parser.value(port), baudText, parser.value(image), parser.isSet(verify), parser.isSet(eraseAll), pinMode, parser.isSet(viaHci));
+        TBootloaderCtrl::Request request;
+        request.port = parser.value(port);
+        request.imagePath = parser.value(image);
+        request.baudrate = baudText;
+        request.viaHci = parser.isSet(viaHci);
+        request.confirmIdentity = !parser.isSet(noConfirm);
+        request.expectName = parser.value(expectName);
+        request.flags = (parser.isSet(verify) ? TBootloaderCtrl::OptVerify : 0u) | (parser.isSet(eraseAll) ? TBootloaderCtrl::OptEraseAll : 0u)
+                        | (pinMode == QLatin1String("boot-reset") ? TBootloaderCtrl::OptFtdiBootReset : 0u)
+                        | (pinMode == QLatin1String("boot") ? TBootloaderCtrl::OptFtdiBootOnly : 0u);
+        return Flash(request);
     }
     if (sub == QLatin1String("discover"))
         return Discover(parser.values(port), parser.isSet(seconds) ? secs : 3);
@@ -386,86 +403,71 @@ int TCli::RegTable(const QString& chipName, const QStringList& freqs, const QStr
     return ExitOk;
 }
 
-int TCli::Flash(const QString& port, const QString& baud, const QString& imagePath, bool verify, bool eraseAll, const QString& pins, bool viaHci)
+int TCli::Flash(const TBootloaderCtrl::Request& request)
 {
-    if (!QFileInfo::exists(imagePath)) {
-        m_err << "error - image file not found: " << imagePath << "\n";
+    if (!QFileInfo(request.imagePath).isFile()) {
+        m_err << "error - image file not found: " << request.imagePath << "\n";
         m_err.flush();
         return ExitUsage;
     }
-    if (viaHci) {
-        std::unique_ptr<TRadioController> controller(OpenController(port, baud));
-        if (!controller)
-            return ExitNoModule;
-        if (!TFirmwareSupport::Instance().AcceptsHCIBootloaderMsg(controller->DeviceInfo()))
-            m_err << "warning - firmware " << controller->DeviceInfo().Value(QStringLiteral("FWName")) << " "
-                  << controller->DeviceInfo().Value(QStringLiteral("FWVersion")) << " may not accept the HCI bootloader request\n";
-        if (!controller->EnterBootloader()) {
-            m_err << "error - DeviceMgmt/SetBootLoaderMode: " << controller->LastError() << "\n";
-            m_err.flush();
-            return ExitCommandFailed;
-        }
-        controller->Close(true);   // the bootloader needs the port
-    }
-
-    quint32 flags = 0;
-    if (verify)
-        flags |= TBootloaderCtrl::OptVerify;
-    if (eraseAll)
-        flags |= TBootloaderCtrl::OptEraseAll;
-    if (pins == QLatin1String("boot-reset"))
-        flags |= TBootloaderCtrl::OptFtdiBootReset;
-    else if (pins == QLatin1String("boot"))
-        flags |= TBootloaderCtrl::OptFtdiBootOnly;
-
+    // The protocol traces only with --verbose: off, they are not even formatted (every answer counts).
+    if (!m_verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("tessera.stm32.debug=false"));
     TBootloaderCtrl ctrl;
     const bool terminal = ::isatty(STDERR_FILENO) == 1;
-    int result = -1;
+    TUpdateProgress progress;
     QEventLoop loop;
-    auto finish = [&](int code) {
-        if (result < 0) {
-            result = code;
-            loop.quit();
+    QObject::connect(&ctrl, &TBootloaderCtrl::EvFinished, &loop, &QEventLoop::quit);
+    QObject::connect(&ctrl, &TBootloaderCtrl::EvMessage, [this](const QString& text) {
+        // --verbose shows the whole status log already; warnings always reach stderr.
+        if (!m_verbose && text.startsWith(QLatin1String("warning - "))) {
+            m_err << text << "\n";
+            m_err.flush();
         }
-    };
-    QObject::connect(&ctrl, &TBootloaderCtrl::onDeviceStatus, [&](TBootloaderCtrl::StatusCode code) {
-        if (code != TBootloaderCtrl::Success)
-            return finish(code);
-        ctrl.LoadFirmwareImage(imagePath);
     });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onFirmwareStatus, [&](TBootloaderCtrl::StatusCode code) {
-        if (code != TBootloaderCtrl::Success)
-            return finish(code == TBootloaderCtrl::CouldntConnect ? TBootloaderCtrl::FirmwareFileEmpty : code);
-        ctrl.StartUpdate();
-    });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onUpdateStatus, [&](TBootloaderCtrl::StatusCode code) {
-        if (code != TBootloaderCtrl::Success)
-            return finish(code);
-        ctrl.StartApplication();
-    });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onApplicationStarted, [&] { finish(TBootloaderCtrl::Success); });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onUpdateProgress, [&](uint progress) {
+    QObject::connect(&ctrl, &TBootloaderCtrl::EvBytes, [&](quint64 done, quint64 total) {
+        progress.Update(done, total);
         if (!terminal)
             return;
-        const int filled = int(qMin(progress, 100u)) / 2;
-        m_err << "\r[" << QString(filled, QLatin1Char('#')) << QString(50 - filled, QLatin1Char(' ')) << "] " << qMin(progress, 100u) << "%";
+        const int filled = progress.Percent() * 40 / 100;
+        m_err << "\r[" << QString(filled, QLatin1Char('#')) << QString(40 - filled, QLatin1Char(' ')) << "] "
+              << QString::number(progress.Percent()).rightJustified(3) << "% " << progress.Text() << "   ";
         m_err.flush();
     });
-    ctrl.Connect(port, flags);
-    if (result < 0)
-        loop.exec();
-    ctrl.Disconnect();
-    if (terminal)
+    ctrl.Run(request);
+    loop.exec();
+    if (terminal && progress.Total() > 0)
         m_err << "\n";
-    const QString text = result == TBootloaderCtrl::FtdiError ? TBootloaderCtrl::StatusText(result) + QStringLiteral(": ") + ctrl.FtdiErrorText()
-                                                              : TBootloaderCtrl::StatusText(result);
-    if (result == TBootloaderCtrl::Success)
-        m_out << text << "\n";
-    else
-        m_err << text << "\n";
+
+    const TBootloaderCtrl::Outcome& outcome = ctrl.Result();
+    const QString status = TBootloaderCtrl::StatusText(outcome.status);
+    const double kbPerSecond = outcome.seconds > 0 ? double(outcome.bytesWritten) / 1024.0 / outcome.seconds : 0.0;
+    if (m_json) {
+        QJsonObject firmware;
+        for (const auto& item : outcome.newFirmware)
+            firmware.insert(item.first, item.second);
+        QJsonObject result{
+            {QStringLiteral("status"), status},
+            {QStringLiteral("code"), int(outcome.status)},
+            {QStringLiteral("bytes"), double(outcome.bytesWritten)},
+            {QStringLiteral("seconds"), qRound(outcome.seconds * 1000) / 1000.0},
+            {QStringLiteral("KB/s"), qRound(kbPerSecond * 10) / 10.0},
+            {QStringLiteral("verified"), outcome.verified},
+            {QStringLiteral("firmware"), firmware},
+        };
+        if (!outcome.text.isEmpty())
+            result.insert(QStringLiteral("error"), outcome.text);
+        m_out << QJsonDocument(result).toJson(QJsonDocument::Compact) << "\n";
+    } else if (outcome.status == TBootloaderCtrl::Success) {
+        m_out << status << "\n";
+        if (!outcome.newFirmware.isEmpty())
+            m_out << "info - the module runs " << TFirmwareIdentity::FromFirmwareInfo(outcome.newFirmware).Text() << "\n";
+    } else {
+        m_err << status << (outcome.text.isEmpty() ? QString() : QStringLiteral(": ") + outcome.text) << "\n";
+    }
     m_out.flush();
     m_err.flush();
-    return result == TBootloaderCtrl::Success ? ExitOk : ExitCommandFailed;
+    return outcome.status == TBootloaderCtrl::Success ? ExitOk : ExitCommandFailed;
 }
 
 int TCli::Hex(const QString& path, const QString& sizeText, const QString& writePath)
@@ -477,6 +479,11 @@ int TCli::Hex(const QString& path, const QString& sizeText, const QString& write
     TIntelHex hex;
     if (!hex.ReadFile(path, buffer.data(), quint32(size), true)) {
         m_err << "error - couldn't open file: " << path << "\n";
+        m_err.flush();
+        return ExitCommandFailed;
+    }
+    if (!hex.ErrorText().isEmpty()) {
+        m_err << hex.ErrorText() << "\n";
         m_err.flush();
         return ExitCommandFailed;
     }
@@ -493,5 +500,5 @@ int TCli::Hex(const QString& path, const QString& sizeText, const QString& write
         m_err.flush();
         return ExitCommandFailed;
     }
-    return ExitOk;
+    return hex.IsValid() ? ExitOk : ExitCommandFailed;
 }

@@ -3,6 +3,7 @@
 #include <QTextStream>
 
 #include "base/TKeyValueList.h"
+#include "firmware/TBootloaderCtrl.h"
 
 class QCommandLineParser;
 class TGatewayCaller;
@@ -25,7 +26,7 @@ private:
     int Exec(const QString& port, const QString& baud, const QString& command, const QStringList& pairs);
     int Monitor(const QString& port, const QString& baud, double seconds);
     int Commands(const QString& port, const QString& baud);
-    int Flash(const QString& port, const QString& baud, const QString& image, bool verify, bool eraseAll, const QString& pins, bool viaHci);
+    int Flash(const TBootloaderCtrl::Request& request);
     int Hex(const QString& path, const QString& size, const QString& writePath);
     int RegTable(const QString& chip, const QStringList& freqs, const QStringList& rates, const QStringList& fdevs, const QStringList& bws);
     /// gateways call|list (TCliGateways.cpp).

@@ -1,24 +1,45 @@
 #include "tools/sim/TPseudoTerminal.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSocketNotifier>
-#include <QTimer>
 
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/timerfd.h>
 #include <termios.h>
 #include <unistd.h>
 
 namespace {
-QElapsedTimer& Clock()
+qint64 NowNs()
 {
-    static QElapsedTimer clock;
-    if (!clock.isValid())
-        clock.start();
-    return clock;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return qint64(now.tv_sec) * 1000000000LL + now.tv_nsec;
+}
+
+/// Arms a timerfd for an absolute monotonic time; a time of -1 disarms it.
+void Arm(int timer, qint64 atNs)
+{
+    if (timer < 0)
+        return;
+    itimerspec spec{};
+    if (atNs >= 0) {
+        spec.it_value.tv_sec = time_t(atNs / 1000000000LL);
+        spec.it_value.tv_nsec = long(atNs % 1000000000LL);
+        if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0)
+            spec.it_value.tv_nsec = 1;   // zero would disarm
+    }
+    timerfd_settime(timer, TFD_TIMER_ABSTIME, &spec, nullptr);
+}
+
+void Acknowledge(int timer)
+{
+    quint64 expirations = 0;
+    [[maybe_unused]] const ssize_t n = ::read(timer, &expirations, sizeof expirations);
 }
 }
 
@@ -67,14 +88,22 @@ bool TPseudoTerminal::Open(QString* error)
     m_writeNotifier = new QSocketNotifier(m_master, QSocketNotifier::Write, this);
     m_writeNotifier->setEnabled(false);
     connect(m_writeNotifier, &QSocketNotifier::activated, this, &TPseudoTerminal::FlushOutput);
-    m_paceTimer = new QTimer(this);
-    m_paceTimer->setSingleShot(true);
-    m_paceTimer->setTimerType(Qt::PreciseTimer);
-    connect(m_paceTimer, &QTimer::timeout, this, &TPseudoTerminal::FlushOutput);
-    m_inTimer = new QTimer(this);
-    m_inTimer->setSingleShot(true);
-    m_inTimer->setTimerType(Qt::PreciseTimer);
-    connect(m_inTimer, &QTimer::timeout, this, &TPseudoTerminal::DrainInput);
+    m_outTimer = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    m_inTimer = timerfd_create(CLOCK_MONOTONIC, TFD_NONBLOCK | TFD_CLOEXEC);
+    if (m_outTimer >= 0) {
+        m_outTimerNotifier = new QSocketNotifier(m_outTimer, QSocketNotifier::Read, this);
+        connect(m_outTimerNotifier, &QSocketNotifier::activated, this, [this] {
+            Acknowledge(m_outTimer);
+            PumpOut();
+        });
+    }
+    if (m_inTimer >= 0) {
+        m_inTimerNotifier = new QSocketNotifier(m_inTimer, QSocketNotifier::Read, this);
+        connect(m_inTimerNotifier, &QSocketNotifier::activated, this, [this] {
+            Acknowledge(m_inTimer);
+            PumpIn();
+        });
+    }
     return true;
 }
 
@@ -84,11 +113,17 @@ void TPseudoTerminal::Close()
     m_readNotifier = nullptr;
     delete m_writeNotifier;
     m_writeNotifier = nullptr;
-    delete m_paceTimer;
-    m_paceTimer = nullptr;
-    delete m_inTimer;
-    m_inTimer = nullptr;
-    m_in.clear();
+    delete m_outTimerNotifier;
+    m_outTimerNotifier = nullptr;
+    delete m_inTimerNotifier;
+    m_inTimerNotifier = nullptr;
+    for (int* timer : {&m_outTimer, &m_inTimer}) {
+        if (*timer >= 0)
+            ::close(*timer);
+        *timer = -1;
+    }
+    m_inQueue.TakeAll();
+    m_outQueue.TakeAll();
     if (m_slaveHold >= 0)
         ::close(m_slaveHold);
     m_slaveHold = -1;
@@ -117,55 +152,53 @@ bool TPseudoTerminal::CreateLink(const QString& linkPath, QString* error)
 
 void TPseudoTerminal::SetPacing(int baud, int bitsPerByte)
 {
-    m_paceBaud = baud > 0 ? baud : 0;
-    m_paceBits = bitsPerByte > 0 ? bitsPerByte : 10;
-    m_paceSent = 0;
-    m_paceStartNs = Clock().nsecsElapsed();
+    const qint64 byteNs = baud > 0 ? qint64(bitsPerByte > 0 ? bitsPerByte : 10) * 1000000000LL / baud : 0;
+    if (byteNs > 0) {
+        // Wake-ups on time to the microsecond, not within the default 50 us of slack.
+        prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    } else {
+        // Whatever still waits for the line goes at once.
+        m_out += m_outQueue.TakeAll();
+        const QByteArray in = m_inQueue.TakeAll();
+        Arm(m_outTimer, -1);
+        Arm(m_inTimer, -1);
+        if (!in.isEmpty())
+            emit DataReceived(in);
+    }
+    m_outQueue.SetByteNs(byteNs);
+    m_inQueue.SetByteNs(byteNs);
+    FlushOutput();
 }
 
 void TPseudoTerminal::Write(const QByteArray& bytes)
 {
     if (m_master < 0 || bytes.isEmpty())
         return;
-    if (m_paceBaud > 0 && m_out.isEmpty() && !m_paceTimer->isActive()) {
-        // A new burst after an idle line starts its own pacing clock.
-        m_paceSent = 0;
-        m_paceStartNs = Clock().nsecsElapsed();
+    if (!Paced()) {
+        m_out.append(bytes);
+        FlushOutput();
+        return;
     }
-    m_out.append(bytes);
+    m_outQueue.Push(bytes, NowNs());
+    PumpOut();
+}
+
+void TPseudoTerminal::PumpOut()
+{
+    m_out += m_outQueue.TakeDue(NowNs());
     FlushOutput();
+    Arm(m_outTimer, m_outQueue.NextDueNs());
 }
 
 void TPseudoTerminal::FlushOutput()
 {
-    if (m_master < 0 || m_out.isEmpty()) {
-        if (m_writeNotifier)
-            m_writeNotifier->setEnabled(false);
-        return;
-    }
-    qint64 allowed = m_out.size();
-    if (m_paceBaud > 0) {
-        const qint64 elapsedNs = Clock().nsecsElapsed() - m_paceStartNs;
-        const qint64 due = elapsedNs * m_paceBaud / (qint64(m_paceBits) * 1000000000LL) + 1;
-        allowed = qMin<qint64>(allowed, qMax<qint64>(0, due - m_paceSent));
-    }
-    if (allowed > 0) {
-        const ssize_t n = ::write(m_master, m_out.constData(), size_t(allowed));
-        if (n > 0) {
+    if (m_master >= 0 && !m_out.isEmpty()) {
+        const ssize_t n = ::write(m_master, m_out.constData(), size_t(m_out.size()));
+        if (n > 0)
             m_out.remove(0, int(n));
-            m_paceSent += n;
-        }
     }
-    if (m_out.isEmpty()) {
-        m_writeNotifier->setEnabled(false);
-        return;
-    }
-    if (m_paceBaud > 0 && allowed < 64) {
-        const qint64 nsPerByte = qint64(m_paceBits) * 1000000000LL / m_paceBaud;
-        m_paceTimer->start(int(qMax<qint64>(1, nsPerByte * 16 / 1000000)));
-    } else {
-        m_writeNotifier->setEnabled(true);
-    }
+    if (m_writeNotifier)
+        m_writeNotifier->setEnabled(m_master >= 0 && !m_out.isEmpty());
 }
 
 void TPseudoTerminal::OnReadable()
@@ -173,39 +206,21 @@ void TPseudoTerminal::OnReadable()
     char buffer[4096];
     for (;;) {
         const ssize_t n = ::read(m_master, buffer, sizeof buffer);
-        if (n > 0) {
-            if (m_paceBaud == 0) {
-                emit DataReceived(QByteArray(buffer, int(n)));
-            } else {
-                if (m_in.isEmpty() && !m_inTimer->isActive()) {
-                    m_inTaken = 0;
-                    m_inStartNs = Clock().nsecsElapsed();
-                }
-                m_in.append(buffer, int(n));
-            }
-            continue;
-        }
-        break;   // EAGAIN or nothing more; EIO cannot happen while we hold the slave open
+        if (n <= 0)
+            break;   // EAGAIN or nothing more; EIO cannot happen while we hold the slave open
+        if (Paced())
+            m_inQueue.Push(QByteArray(buffer, int(n)), NowNs());
+        else
+            emit DataReceived(QByteArray(buffer, int(n)));
     }
-    if (!m_in.isEmpty())
-        DrainInput();
+    if (Paced())
+        PumpIn();
 }
 
-void TPseudoTerminal::DrainInput()
+void TPseudoTerminal::PumpIn()
 {
-    if (m_in.isEmpty() || !m_inTimer)
-        return;
-    const qint64 elapsedNs = Clock().nsecsElapsed() - m_inStartNs;
-    const qint64 due = m_paceBaud > 0 ? elapsedNs * m_paceBaud / (qint64(m_paceBits) * 1000000000LL) + 1 - m_inTaken : m_in.size();
-    const int take = int(qBound<qint64>(0, due, m_in.size()));
-    if (take > 0) {
-        const QByteArray bytes = m_in.left(take);
-        m_in.remove(0, take);
-        m_inTaken += take;
-        emit DataReceived(bytes);
-    }
-    if (!m_in.isEmpty() && m_inTimer && !m_inTimer->isActive()) {
-        const qint64 nsPerByte = m_paceBaud > 0 ? qint64(m_paceBits) * 1000000000LL / m_paceBaud : 0;
-        m_inTimer->start(int(qMax<qint64>(1, nsPerByte * 16 / 1000000)));
-    }
+    const QByteArray due = m_inQueue.TakeDue(NowNs());
+    Arm(m_inTimer, m_inQueue.NextDueNs());
+    if (!due.isEmpty())
+        emit DataReceived(due);
 }

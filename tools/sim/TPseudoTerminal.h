@@ -3,8 +3,9 @@
 #include <QObject>
 #include <QString>
 
+#include "tools/sim/TPacedQueue.h"
+
 class QSocketNotifier;
-class QTimer;
 
 /// The master side of a Linux pseudo-terminal: the virtual module's wire. The slave path is what a
 /// serial port opens. The master keeps its own slave descriptor open so that a client closing the
@@ -26,9 +27,11 @@ public:
     /// Queues bytes for the line; with pacing on they leave at the given line rate.
     void Write(const QByteArray& bytes);
     /// bitsPerByte 10 for 8N1, 11 for 8E1; baud 0 turns pacing off. Pacing works both ways: what the
-    /// port writes also arrives no faster than the line could carry it.
+    /// port writes also arrives no faster than the line could carry it. Each byte is handed on when
+    /// its last bit is through, to the microsecond (a timerfd, not a millisecond timer), so that a
+    /// paced exchange of short frames takes its wire time and not a timer tick per frame.
     void SetPacing(int baud, int bitsPerByte);
-    qint64 PendingOutput() const { return m_out.size(); }
+    qint64 PendingOutput() const { return m_out.size() + m_outQueue.Size(); }
 
 signals:
     void DataReceived(const QByteArray& bytes);
@@ -36,7 +39,9 @@ signals:
 private:
     void OnReadable();
     void FlushOutput();
-    void DrainInput();
+    void PumpOut();
+    void PumpIn();
+    bool Paced() const { return m_outQueue.ByteNs() > 0; }
 
     int m_master = -1;
     int m_slaveHold = -1;
@@ -44,14 +49,11 @@ private:
     QString m_linkPath;
     QSocketNotifier* m_readNotifier = nullptr;
     QSocketNotifier* m_writeNotifier = nullptr;
-    QTimer* m_paceTimer = nullptr;
-    QByteArray m_out;
-    int m_paceBaud = 0;
-    int m_paceBits = 10;
-    qint64 m_paceStartNs = 0;
-    qint64 m_paceSent = 0;
-    QByteArray m_in;
-    QTimer* m_inTimer = nullptr;
-    qint64 m_inStartNs = 0;
-    qint64 m_inTaken = 0;
+    QByteArray m_out;            ///< due for the line, waiting for the master to take it
+    TPacedQueue m_outQueue;      ///< written by the module, not yet through the line
+    TPacedQueue m_inQueue;       ///< written by the port, not yet through the line
+    int m_outTimer = -1;         ///< timerfd: the next output bytes are through
+    int m_inTimer = -1;          ///< timerfd: the next input bytes are through
+    QSocketNotifier* m_outTimerNotifier = nullptr;
+    QSocketNotifier* m_inTimerNotifier = nullptr;
 };

@@ -21,7 +21,7 @@ TSimModule::TSimModule(QObject* parent)
     m_slip.AttachClient(this);
     connect(m_pty, &TPseudoTerminal::DataReceived, this, &TSimModule::OnBytes);
     m_bootloader = std::make_unique<TSimStm32Bootloader>();
-    connect(m_bootloader.get(), &TSimStm32Bootloader::EvSend, m_pty, &TPseudoTerminal::Write);
+    connect(m_bootloader.get(), &TSimStm32Bootloader::EvSend, this, [this](const QByteArray& bytes) { m_bootloaderOut += bytes; });
     connect(m_bootloader.get(), &TSimStm32Bootloader::EvApplicationStarted, this, [this] { LeaveBootloader(); });
     AddService(std::make_unique<TSimDeviceMgmt>(*this));
     AddService(std::make_unique<TSimDataLink>(*this));
@@ -50,7 +50,15 @@ void TSimModule::LeaveBootloader()
     TakeIdentityFromFlash();
     RestartServices();
     emit EvApplicationStarted();
-    SendPowerUpEvent();   // a freshly started application announces itself
+    // A freshly started application announces itself at once: its power-up frame follows the
+    // answer to Go in the same burst, as a USB bridge delivers both in one packet.
+    m_bootloaderOut += PowerUpFrame();
+}
+
+QByteArray TSimModule::PowerUpFrame() const
+{
+    auto* dm = static_cast<TSimDeviceMgmt*>(Service(TSimDeviceMgmt::kSapId));
+    return dm ? Frame(TSimDeviceMgmt::kSapId, TSimDeviceMgmt::kPowerUpEvent, dm->FirmwareInfo()) : QByteArray();
 }
 
 bool TSimModule::TakeIdentityFromFlash()
@@ -153,8 +161,7 @@ void TSimModule::SendMessage(quint8 sapId, quint8 msgId, const QByteArray& paylo
 
 void TSimModule::SendPowerUpEvent()
 {
-    if (auto* dm = static_cast<TSimDeviceMgmt*>(Service(TSimDeviceMgmt::kSapId)))
-        SendMessage(TSimDeviceMgmt::kSapId, TSimDeviceMgmt::kPowerUpEvent, dm->FirmwareInfo());
+    m_pty->Write(PowerUpFrame());
 }
 
 void TSimModule::SendRaw(const QByteArray& bytes)
@@ -164,10 +171,15 @@ void TSimModule::SendRaw(const QByteArray& bytes)
 
 void TSimModule::OnBytes(const QByteArray& bytes)
 {
-    if (m_inBootloader)
-        m_bootloader->Feed(bytes);
-    else
+    if (!m_inBootloader) {
         m_slip.Decode(bytes);
+        return;
+    }
+    // Everything the bootloader (and an application it starts) answers to these bytes leaves as one write.
+    m_bootloader->Feed(bytes);
+    QByteArray out;
+    out.swap(m_bootloaderOut);
+    m_pty->Write(out);
 }
 
 void TSimModule::ProcessRxFrame(const QByteArray& frame)

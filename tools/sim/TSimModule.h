@@ -88,6 +88,7 @@ private:
     void ProcessRxFrame(const QByteArray& frame) override;
     void Answer(quint8 sapId, quint8 msgId, const QByteArray& payload);
     void LeaveBootloader();
+    QByteArray PowerUpFrame() const;
 
     TPseudoTerminal* m_pty;
     TComSlip m_slip;
@@ -102,4 +103,5 @@ private:
     std::unique_ptr<TSimStm32Bootloader> m_bootloader;
     bool m_inBootloader = false;
     bool m_bootloaderPacing = false;
+    QByteArray m_bootloaderOut;
 };

@@ -70,6 +70,36 @@ void TSimStm32Bootloader::LoadFlash(const QByteArray& image, quint32 offset)
     m_flash.replace(int(offset), count, image.constData(), count);
 }
 
+namespace {
+QByteArray Programmed(int size, int step, int start)
+{
+    QByteArray bytes(size, 0);
+    for (int i = 0; i < size; ++i) {
+        const quint8 value = quint8(i * step + start);
+        bytes[i] = char(value == kErased ? 0x00 : value);
+    }
+    return bytes;
+}
+}
+
+QByteArray TSimStm32Bootloader::BootRegionPattern(int size)
+{
+    return Programmed(size, 7, 0xB0);
+}
+
+QByteArray TSimStm32Bootloader::OldImagePattern(int size)
+{
+    return Programmed(size, 13, 0x5A);
+}
+
+void TSimStm32Bootloader::PreFill(quint32 bootBytes, quint32 oldImageBytes)
+{
+    m_flash.fill(char(kErased));
+    LoadFlash(BootRegionPattern(int(qMin<quint32>(bootBytes, quint32(m_flash.size())))), 0);
+    if (bootBytes < quint32(m_flash.size()))
+        LoadFlash(OldImagePattern(int(qMin<quint32>(oldImageBytes, quint32(m_flash.size()) - bootBytes))), bootBytes);
+}
+
 QByteArray TSimStm32Bootloader::CommandList() const
 {
     QByteArray list;
@@ -142,8 +172,7 @@ bool TSimStm32Bootloader::Step()
         m_in.remove(0, 1);
         if (byte != CmdInit)
             return true;   // the baud rate detection only reacts to 0x7F
-        if (m_fault == FaultNackAll || (m_fault == FaultNackFirstTry && m_lastNacked != CmdInit)) {
-            m_lastNacked = CmdInit;
+        if (m_fault == FaultNackAll) {
             SendNack();
             return true;
         }

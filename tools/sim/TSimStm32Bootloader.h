@@ -26,7 +26,9 @@ public:
     enum Fault {
         FaultNone,
         FaultNackAll,        ///< every 0x7F and every command frame is answered with NACK
-        FaultNackFirstTry,   ///< each command (0x7F included) is NACKed once; the repeat is accepted
+        FaultNackFirstTry,   ///< each command is NACKed once; the repeat is accepted (0x7F is not: the
+                             ///< baud rate detection answers or stays silent, and a NACK to it means
+                             ///< "initialised before")
         FaultNoAnswer,       ///< bytes are taken in and never answered
     };
     enum : quint8 { Ack = 0x79, Nack = 0x1F, kVersion = 0x31 };
@@ -57,6 +59,13 @@ public:
     const QByteArray& Ram() const { return m_ram; }
     /// Copies an image into flash from the given offset (clipped at the flash end).
     void LoadFlash(const QByteArray& image, quint32 offset = 0);
+    /// Flash as a module in the field holds it: a boot loader of its own in the first `bootBytes`,
+    /// an old application in the `oldImageBytes` after it, the rest erased. Every byte of both is
+    /// programmed (none is 0xFF), so only what an update erases can be written again.
+    void PreFill(quint32 bootBytes, quint32 oldImageBytes);
+    /// What PreFill puts into the boot loader region and into the old application.
+    static QByteArray BootRegionPattern(int size);
+    static QByteArray OldImagePattern(int size);
     /// The supported commands in the order Get lists them.
     QByteArray CommandList() const;
 

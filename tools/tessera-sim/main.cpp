@@ -60,7 +60,11 @@ int main(int argc, char* argv[])
     const QCommandLineOption productId(QStringLiteral("product-id"), QStringLiteral("STM32 product id of the bootloader (default 0x447)."), QStringLiteral("ID"));
     const QCommandLineOption noExtErase(QStringLiteral("no-extended-erase"), QStringLiteral("The bootloader offers Erase (0x43) instead of Extended Erase (0x44)."));
     const QCommandLineOption pacing(QStringLiteral("pacing"), QStringLiteral("Bootloader answers leave at 115200 baud, 8E1."));
-    parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing});
+    const QCommandLineOption prefill(QStringLiteral("prefill"),
+                                     QStringLiteral("Start with programmed flash: a boot loader of its own in the first BOOT bytes, "
+                                                    "an old application of IMAGE bytes after it (e.g. 0x2000,0x8000)."),
+                                     QStringLiteral("BOOT,IMAGE"));
+    parser.addOptions({link, fwName, fwVersion, build, deviceType, address, deviceId, powerUp, bootloader, productId, noExtErase, pacing, prefill});
     TSimOspreyOptions osprey;
     osprey.AddTo(parser);
     const QCommandLineOption testLoss(QStringLiteral("test-loss"), QStringLiteral("Test packets lost in radio test modes 2 and 3, per cent."), QStringLiteral("PERCENT"));
@@ -139,6 +143,17 @@ int main(int argc, char* argv[])
         production->SetTestPacketLoss(percent);
     }
     production->SetChannelBusy(parser.isSet(channelBusy));
+    if (parser.isSet(prefill)) {
+        const QStringList sizes = parser.value(prefill).split(QLatin1Char(','));
+        bool okBoot = sizes.size() == 2, okImage = false;
+        const uint boot = okBoot ? sizes.at(0).toUInt(&okBoot, 0) : 0;
+        const uint image = okBoot ? sizes.at(1).toUInt(&okImage, 0) : 0;
+        if (!okBoot || !okImage) {
+            err << "error - --prefill wants BOOT,IMAGE: two byte counts such as 0x2000,0x8000\n";
+            return 2;
+        }
+        module.Bootloader().PreFill(boot, image);
+    }
     module.SetBootloaderPacing(parser.isSet(pacing));
 
     std::unique_ptr<TSimGateway> gateway;
