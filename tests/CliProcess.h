@@ -1,28 +1,31 @@
 #pragma once
-// Runs the tessera-cli binary to its end while the test's own event loop keeps running, so that the
-// virtual modules and gateways living in the test process answer it.
-#include <QCoreApplication>
-#include <QElapsedTimer>
+// Runs the tessera-cli binary while this test's event loop keeps its virtual modules answering.
+#include <QEventLoop>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
+namespace CliProcess {
 struct Run {
     int exitCode = -1;
     QString out;
     QString err;
 };
 
-/// Pumps in short slices rather than a nested QEventLoop: the flash test's virtual module misses its
-/// bootloader entry under a nested exec() (an "Operation Timeout" in tessera-cli flash --via-hci).
-inline Run Cli(const QStringList& args, int timeoutMs = 20000)
+/// `stderrPath` sends the binary's stderr there instead of a pipe (a pseudo-terminal, to look
+/// like a terminal). The wait is an event loop ended by the process or the time-out.
+inline Run Cli(const QStringList& args, int timeoutMs = 20000, const QString& stderrPath = QString())
 {
     QProcess process;
+    if (!stderrPath.isEmpty())
+        process.setStandardErrorFile(stderrPath, QIODevice::Append);
+    QEventLoop loop;
+    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
     process.start(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"), args);
-    QElapsedTimer timer;
-    timer.start();
-    while (process.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    loop.exec();
     Run run;
     if (process.state() != QProcess::NotRunning) {
         process.kill();
@@ -34,4 +37,5 @@ inline Run Cli(const QStringList& args, int timeoutMs = 20000)
     run.out = QString::fromUtf8(process.readAllStandardOutput());
     run.err = QString::fromUtf8(process.readAllStandardError());
     return run;
+}
 }

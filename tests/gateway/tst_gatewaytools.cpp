@@ -9,6 +9,9 @@
 #include "settings/TSettings.h"
 #include "tools/sim/TSimGateway.h"
 
+using CliProcess::Cli;
+using CliProcess::Run;
+
 class TestGatewayTools : public QObject
 {
     Q_OBJECT

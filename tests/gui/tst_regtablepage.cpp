@@ -10,6 +10,9 @@
 #include "PageBench.h"
 #include "gui/pages/TRegTablePage.h"
 
+using CliProcess::Cli;
+using CliProcess::Run;
+
 namespace {
 /// The command line that asks tessera-cli for the same tables as the page's fields.
 QStringList CliArguments(const QString& chip, const QStringList& fields)
