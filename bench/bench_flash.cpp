@@ -3,6 +3,7 @@
 // wire-time limit (bytes on the line x 11 / baud).
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -17,12 +18,6 @@ namespace {
 constexpr quint32 kImageBytes = 192 * 1024;
 constexpr double kBaud = 115200;
 constexpr double kBitsPerByte = 11;
-
-void Wait(const bool& done)
-{
-    while (!done)
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
-}
 
 /// Bytes both ways for writing `pages` pages of `pageSize` (command, address and data frames with their ACKs).
 double WireSeconds(quint32 pages, quint32 pageSize, bool verify)
@@ -40,18 +35,22 @@ double OurFlash(const QString& hexPath, bool verify, QString& status)
     sim.SetPacing(true);
     TBootloaderCtrl ctrl;
     bool done = false;
-    QObject::connect(&ctrl, &TBootloaderCtrl::onDeviceStatus, [&](TBootloaderCtrl::StatusCode c) {
-        if (c) { status = TBootloaderCtrl::StatusText(c); done = true; } else ctrl.LoadFirmwareImage(hexPath); });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onFirmwareStatus, [&](TBootloaderCtrl::StatusCode c) {
-        if (c) { status = TBootloaderCtrl::StatusText(c); done = true; } else ctrl.StartUpdate(); });
-    QObject::connect(&ctrl, &TBootloaderCtrl::onUpdateStatus, [&](TBootloaderCtrl::StatusCode c) {
+    QEventLoop loop;
+    auto finish = [&](TBootloaderCtrl::StatusCode c) {
         status = TBootloaderCtrl::StatusText(c);
         done = true;
-    });
+        loop.quit();
+    };
+    QObject::connect(&ctrl, &TBootloaderCtrl::onDeviceStatus, [&](TBootloaderCtrl::StatusCode c) {
+        if (c) finish(c); else ctrl.LoadFirmwareImage(hexPath); });
+    QObject::connect(&ctrl, &TBootloaderCtrl::onFirmwareStatus, [&](TBootloaderCtrl::StatusCode c) {
+        if (c) finish(c); else ctrl.StartUpdate(); });
+    QObject::connect(&ctrl, &TBootloaderCtrl::onUpdateStatus, finish);
     QElapsedTimer timer;
     timer.start();
     ctrl.Connect(sim.PortName(), verify ? quint32(TBootloaderCtrl::OptVerify) : 0u);
-    Wait(done);
+    if (!done)
+        loop.exec();
     const double secs = timer.nsecsElapsed() / 1e9;
     ctrl.Disconnect();
     return secs;
@@ -71,8 +70,10 @@ double Stm32Flash(const QString& binPath, QString& status)
         status = QStringLiteral("stm32flash not found");
         return 0;
     }
-    while (process.state() != QProcess::NotRunning)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    QEventLoop loop;
+    QObject::connect(&process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), &loop, &QEventLoop::quit);
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
     status = process.exitCode() == 0 ? QStringLiteral("Success") : QStringLiteral("exit %1").arg(process.exitCode());
     return timer.nsecsElapsed() / 1e9;
 }

@@ -18,7 +18,10 @@ void Stm32CommandGoToAddress::send(QSerialPort* port, const QVariant& parameters
 
 void Stm32CommandGoToAddress::parse(const QByteArray& data)
 {
-    if (!accept(data))
+    // The address's ACK starts the application, which may speak at once (a power-up event): its
+    // bytes can arrive in the same read as the ACK and belong to it, not to the bootloader.
+    const bool started = m_subState == 1 && !data.isEmpty() && quint8(data.at(0)) == Ack;
+    if (!accept(started ? data.left(1) : data))
         return;
     switch (m_subState) {
     case 0:

@@ -314,7 +314,8 @@ TKeyValueList TGuiItemList::ReadKeyValues() const
 {
     TKeyValueList values;
     for (const Row& row : m_rows) {
-        if (row.keyed && row.type != kLine && row.editor)
+        // Read-only rows show results; commands refuse names they do not take.
+        if (row.keyed && row.type != kLine && row.editor && !row.flags.contains(QLatin1String("RO")))
             values.Append(row.key, EditorValue(row));
     }
     return values;

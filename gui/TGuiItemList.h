@@ -41,7 +41,7 @@ public:
     QWidget* FindItem(const QString& key) const;
     /// "Key:k;Value:v" per keyed row in order; a "Checkable" row is followed by ";State:checked"/";State:unchecked".
     QStringList ReadItems() const;
-    /// The keyed rows as (key, value) pairs.
+    /// The keyed rows that are not read-only, as (key, value) pairs: the parameters of a set command.
     TKeyValueList ReadKeyValues() const;
     /// Puts every "LineEdit" row to "n.a." (with `clearFirst`), then fills every keyed row found in `records`.
     void SetItems(const TKeyValueList& records, bool clearFirst = true);

@@ -6,6 +6,7 @@
 #include "devices/TControllerPrototypes.h"
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
+#include "sap/TVeltoLRDeviceMgmt.h"
 #include "status/TStatusLog.h"
 #include "tools/sim/TSimModule.h"
 
@@ -34,11 +35,7 @@ class TestController : public QObject
     std::unique_ptr<TSimModule> m_sim;
 
 private slots:
-    void initTestCase()
-    {
-        TVeltoLRHCI::SetDefaultResponseTimeout(300);
-        TControllerPrototypes::RegisterAll();
-    }
+    void initTestCase() { TControllerPrototypes::RegisterAll(); }
     void init()
     {
         m_sim = std::make_unique<TSimModule>();
@@ -158,6 +155,55 @@ private slots:
         TKeyValueList result;
         QVERIFY(node.Execute(QStringLiteral("DeviceMgmt/GetRTC"), result));
         QVERIFY2(result.Value("DateTime").startsWith(QStringLiteral("2030-06-15 08:09:1")), qPrintable(result.Value("DateTime")));
+    }
+
+    void execute_onlyTableCommandsWithTheirParameterNames_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<TKeyValueList>("params");
+        QTest::addColumn<QString>("error");
+        auto params = [](std::initializer_list<std::pair<const char*, const char*>> items) {
+            TKeyValueList list;
+            for (const auto& item : items)
+                list.Append(QLatin1String(item.first), QLatin1String(item.second));
+            return list;
+        };
+        QTest::newRow("QObject method") << "DeviceMgmt/deleteLater" << TKeyValueList() << "error - command not found : deleteLater";
+        QTest::newRow("slot outside the table") << "DeviceMgmt/SetProductionMode" << TKeyValueList() << "error - command not found : SetProductionMode";
+        QTest::newRow("signal") << "DeviceMgmt/EvDeviceMgmt_ConfigChanged" << TKeyValueList() << "error - command not found : EvDeviceMgmt_ConfigChanged";
+        QTest::newRow("QObject method with parameters") << "LoRaWAN/setObjectName" << params({{"name", "x"}}) << "error - command not found : setObjectName";
+        QTest::newRow("misspelled name") << "LoRaWAN/SetNodeConfig"
+                                         << params({{"DataRate", "3"}, {"PowerLevel", "14"}, {"Options", "0"}, {"AutoPowerSaving", "0"},
+                                                    {"Retransmisions", "1"}, {"BandID", "1"}, {"HeaderMacCmdCap", "0"}})
+                                         << "error - unknown parameter \"Retransmisions\" of SetNodeConfig; valid parameters: DataRate, PowerLevel, "
+                                            "Options, AutoPowerSaving, Retransmissions, BandID, HeaderMacCmdCap, SubBandMask1, SubBandMask2, SubBandMask3";
+        QTest::newRow("repeated name") << "DeviceMgmt/SetRTC" << params({{"DateTime", "2030-06-15 08:09:10"}, {"DateTime", "2031-01-01 00:00:00"}})
+                                       << "error - parameter \"DateTime\" given more than once";
+        QTest::newRow("declared names") << "DeviceMgmt/SetRTCAlarm" << params({{"NewAlarm", "12:00:00"}, {"Option", "1"}})
+                                        << "error - unknown parameter \"Option\" of SetRTCAlarm; valid parameters: NewAlarm, Options";
+        QTest::newRow("name of another command") << "LoRaWAN/SendUData" << params({{"LoRaPort", "0x0A"}, {"Payload", "01"}, {"MACCmdID", "2"}})
+                                                 << "error - unknown parameter \"MACCmdID\" of SendUData; valid parameters: LoRaPort, Payload";
+    }
+    void execute_onlyTableCommandsWithTheirParameterNames()
+    {
+        QFETCH(QString, command);
+        QFETCH(TKeyValueList, params);
+        QFETCH(QString, error);
+        TLoRaWANEndNode node;
+        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QPointer<TVeltoLRSAP> dm = node.SAP(QStringLiteral("DeviceMgmt"));
+        QSignalSpy changes(qobject_cast<TVeltoLRDeviceMgmt*>(dm.data()), &TVeltoLRDeviceMgmt::EvDeviceMgmt_ConfigChanged);
+        const quint32 sent = node.Link()->FramesSent();
+        TKeyValueList result;
+        QVERIFY(!node.ExecuteAny(command, params, result));
+        QCOMPARE(node.LastError(), error);
+        QVERIFY(!node.Execute(command, qAsConst(params)));
+        QCOMPARE(node.LastError(), error);
+        QCOMPARE(node.Link()->FramesSent(), sent);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(dm);
+        QCOMPARE(changes.count(), 0);
+        QVERIFY(node.SAP(QStringLiteral("LoRaWAN"))->objectName().isEmpty());
     }
 
     void extendedNode_addsDataLink()

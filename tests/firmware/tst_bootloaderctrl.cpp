@@ -5,6 +5,7 @@
 #include "TestEnvironment.h"
 #include "firmware/TBootloaderCtrl.h"
 #include "firmware/TSTM32Bootloader.h"
+#include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
 
@@ -112,6 +113,23 @@ private slots:
         QVERIFY(sim.Bootloader().IsRunningApplication());
         run.ctrl.Disconnect();
         QVERIFY(!run.ctrl.Bootloader()->IsOpen());
+    }
+
+    void startApplication_applicationSpeaksWithTheAck()
+    {
+        TSimStm32Port sim;
+        QVERIFY(sim.Open());
+        // The started application announces itself in the same breath as the bootloader's last ACK.
+        connect(&sim.Bootloader(), &TSimStm32Bootloader::EvApplicationStarted, this,
+                [&sim] { sim.Wire().Write(QByteArray::fromHex("C001200B017500C0")); });
+        Run run;
+        run.ctrl.Connect(sim.PortName(), 0);
+        QTRY_COMPARE(run.Code(run.device), int(TBootloaderCtrl::Success));
+        run.ctrl.StartApplication();
+        QTRY_COMPARE(run.started.count(), 1);
+        QVERIFY(sim.Bootloader().IsRunningApplication());
+        QCOMPARE(run.update.count(), 0);   // no "Operation Timeout" after it
+        run.ctrl.Disconnect();
     }
 
     void nackingBootloader_endsInOperationTimeout()

@@ -224,15 +224,25 @@ void TCli::PrintRecord(const TKeyValueList& record, bool oneLine)
     m_out.flush();
 }
 
+QString TCli::OpenFailure(const QString& port, const QString& reason)
+{
+    QString text = QStringLiteral("error - couldn't open port %1: %2\n").arg(port, reason);
+    if (reason.contains(QLatin1String("Permission denied"), Qt::CaseInsensitive))
+        text += QStringLiteral("info - join the group dialout (sudo usermod -aG dialout $USER, then log in again) "
+                               "or install a udev rule that gives you the port\n");
+    return text;
+}
+
 TRadioController* TCli::OpenController(const QString& port, const QString& baud)
 {
     TControllerPrototypes::RegisterAll();
     TRadioController probe;
     if (!probe.ProbeOpen(port, baud)) {
-        m_err << (probe.Link() && !probe.Link()->PortName().isEmpty() && probe.LastError().isEmpty()
-                      ? QStringLiteral("error - couldn't open port %1").arg(port)
-                      : QStringLiteral("error - no module answers on %1 (%2)").arg(port, probe.LastError().isEmpty() ? QStringLiteral("port not opened") : probe.LastError()))
-              << "\n";
+        // A port that did not open says why; "no module answers" is only for a port that opened.
+        if (!probe.OpenError().isEmpty())
+            m_err << OpenFailure(port, probe.OpenError());
+        else
+            m_err << QStringLiteral("error - no module answers on %1 (%2)\n").arg(port, probe.LastError());
         m_err.flush();
         return nullptr;
     }
@@ -240,7 +250,7 @@ TRadioController* TCli::OpenController(const QString& port, const QString& baud)
     QString error;
     TRadioController* controller = TModuleOpener::Open(probe, &error);
     if (!controller) {
-        m_err << "error - couldn't open port " << port << ": " << error << "\n";
+        m_err << OpenFailure(port, error);
         m_err.flush();
     }
     return controller;
@@ -289,34 +299,56 @@ int TCli::Monitor(const QString& port, const QString& baud, double seconds)
     }
     if (auto* ext = qobject_cast<TExtLoRaWANEndNode*>(c))
         QObject::connect(ext, &TExtLoRaWANEndNode::EvDataLink_MessageEvent, print);
-    Pump(seconds);
+    // The port may vanish (module unplugged, simulator ended): say so and end instead of running on.
+    QEventLoop loop;
+    QObject::connect(c->Link(), &TVeltoLRHCI::EvPortLost, &loop, &QEventLoop::quit);
+    if (!c->Link()->PortLost())
+        Pump(seconds, &loop);
+    if (c->Link()->PortLost()) {
+        m_err << "error - module disconnected: port " << port << " is gone\n";
+        m_err.flush();
+        return ExitNoModule;
+    }
     return ExitOk;
 }
 
 int TCli::Commands(const QString& port, const QString& baud)
 {
-    QList<QPair<QString, QString>> commands;
+    // One line per command: "SAP/Command", its description and, when it takes any, its parameter names.
+    QStringList lines;
+    auto add = [&lines](const QString& name, TVeltoLRSAP& sap) {
+        for (const QString& command : sap.CommandNames()) {
+            QString line = name + QLatin1Char('/') + command + QLatin1Char('\t') + sap.CommandDescription(command);
+            const QStringList parameters = sap.ParameterNames(command);
+            if (!parameters.isEmpty())
+                line += QLatin1Char('\t') + parameters.join(QLatin1Char(' '));
+            lines << line;
+        }
+    };
     std::unique_ptr<TRadioController> controller;
     if (!port.isEmpty()) {
         controller.reset(OpenController(port, baud));
         if (!controller)
             return ExitNoModule;
-        commands = controller->Commands();
+        for (const QString& name : controller->SAPNames())
+            add(name, *controller->SAP(name));
     } else {
         // Every service, as a controller of the richest class would offer them.
-        auto add = [&commands](const QString& name, TVeltoLRSAP&& sap) {
-            for (const QString& command : sap.CommandNames())
-                commands << qMakePair(name + QLatin1Char('/') + command, sap.CommandDescription(command));
-        };
-        add(QStringLiteral("DataLink"), TDataLinkSAP());
-        add(QStringLiteral("DeviceMgmt"), TVeltoLRDeviceMgmt());
-        add(QStringLiteral("LoRaWAN"), TVeltoLRLoRaWAN());
-        add(QStringLiteral("PTS"), TProductionSupportSAP());
-        add(QStringLiteral("SensorApp"), TSensorSAP());
-        add(QStringLiteral("VTTrace"), TTraceSAP());
+        TDataLinkSAP dataLink;
+        TVeltoLRDeviceMgmt deviceMgmt;
+        TVeltoLRLoRaWAN lorawan;
+        TProductionSupportSAP productionSupport;
+        TSensorSAP sensor;
+        TTraceSAP trace;
+        add(QStringLiteral("DataLink"), dataLink);
+        add(QStringLiteral("DeviceMgmt"), deviceMgmt);
+        add(QStringLiteral("LoRaWAN"), lorawan);
+        add(QStringLiteral("PTS"), productionSupport);
+        add(QStringLiteral("SensorApp"), sensor);
+        add(QStringLiteral("VTTrace"), trace);
     }
-    for (const auto& command : commands)
-        m_out << command.first << "\t" << command.second << "\n";
+    for (const QString& line : qAsConst(lines))
+        m_out << line << "\n";
     m_out.flush();
     return ExitOk;
 }
@@ -326,9 +358,20 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
     TControllerPrototypes::RegisterAll();
     TDeviceManager& manager = TDeviceManager::Instance();
     manager.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
-    // Hand-given ports count for this run only: the stored list of extra ports stays as it is.
-    for (const QString& port : extraPorts)
+    // Hand-given ports count for this run only: the stored list of extra ports stays as it is. One
+    // that does not open is reported with the system's reason (and the run ends with exit status 3).
+    bool allOpened = true;
+    for (const QString& port : extraPorts) {
+        TVeltoLRHCI check;
+        if (!check.Open(port, QString::number(TVeltoLRHCI::kDefaultBaudrate))) {
+            m_err << OpenFailure(port, check.OpenError());
+            m_err.flush();
+            allOpened = false;
+            continue;
+        }
+        check.Close();
         manager.AddTemporaryPort(port);
+    }
     QStringList found;
     QObject::connect(&manager, &TDeviceManager::EvLocalDeviceAdded, [&found](const QString& port) { found << port; });
     manager.DiscoveryTick();
@@ -347,7 +390,7 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
                 record.append(item);
         PrintRecord(record, true);
     }
-    return ExitOk;
+    return allOpened ? ExitOk : ExitNoModule;
 }
 
 int TCli::RegTable(const QString& chipName, const QStringList& freqs, const QStringList& rates, const QStringList& fdevs, const QStringList& bws)

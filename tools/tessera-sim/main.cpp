@@ -41,7 +41,9 @@ int main(int argc, char* argv[])
                                                     "Prints the port path; open it like any serial port."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Create a symbolic link PATH to the port."), QStringLiteral("PATH"));
+    const QCommandLineOption link(QStringLiteral("link"),
+                                  QStringLiteral("Create a symbolic link PATH to the port (replaces only a dangling link, never a file)."),
+                                  QStringLiteral("PATH"));
     const QCommandLineOption fwName(QStringLiteral("fw-name"), QStringLiteral("Firmware name (default Velto_LoRaWAN)."), QStringLiteral("NAME"));
     const QCommandLineOption fwVersion(QStringLiteral("fw-version"), QStringLiteral("Firmware version MAJOR.MINOR (default 2.4)."), QStringLiteral("VERSION"));
     const QCommandLineOption build(QStringLiteral("build"), QStringLiteral("Build count (default 117)."), QStringLiteral("N"));
@@ -112,6 +114,15 @@ int main(int argc, char* argv[])
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
     module.SetBootloaderPacing(parser.isSet(pacing));
 
+    // SIGINT/SIGTERM/SIGHUP end the event loop so that the link is removed on the way out (after a
+    // SIGKILL the next simulator replaces the dangling link).
+    if (::pipe(g_signalPipe) == 0) {
+        auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+        std::signal(SIGINT, OnSignal);
+        std::signal(SIGTERM, OnSignal);
+        std::signal(SIGHUP, OnSignal);
+    }
     QString error;
     if (!module.Open(&error)) {
         err << error << "\n";
@@ -129,13 +140,6 @@ int main(int argc, char* argv[])
     else if (parser.isSet(powerUp))
         module.SendPowerUpEvent();
 
-    // SIGINT/SIGTERM end the event loop so that the link is removed on the way out.
-    if (::pipe(g_signalPipe) == 0) {
-        auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
-        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
-        std::signal(SIGINT, OnSignal);
-        std::signal(SIGTERM, OnSignal);
-    }
     const int rc = app.exec();
     module.Close();
     return rc;
