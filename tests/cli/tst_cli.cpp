@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "tools/cli/TRegTable.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimModule.h"
@@ -84,35 +85,37 @@ class TestCli : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
 private slots:
     void init()
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
     }
     void cleanup() { m_sim.reset(); }
 
     void exec_textAndJson()
     {
-        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetDeviceInfo")});
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetDeviceInfo")});
         CHECK_EXIT(run, 0);
         QCOMPARE(run.out, QStringLiteral("DeviceType: Velto LR USB Stick\nDeviceAddress: 26011F3A\nDeviceID: 0042A1C7\n"));
 
-        run = Cli({QStringLiteral("--json"), QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetFirmwareInfo"), QStringLiteral("--port"), m_sim->PortName()});
+        run = Cli({QStringLiteral("--json"), QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetFirmwareInfo"), QStringLiteral("--port"), m_port});
         CHECK_EXIT(run, 0);
         const QJsonArray pairs = QJsonDocument::fromJson(run.out.toUtf8()).array();
         QVERIFY(!pairs.isEmpty());
         QCOMPARE(pairs.at(0).toArray(), (QJsonArray{QStringLiteral("FWVersion"), QStringLiteral("V2.4")}));
         QVERIFY(pairs.contains(QJsonArray{QStringLiteral("FWName"), QStringLiteral("Velto_LoRaWAN")}));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"),
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/SetRTC"),
                    QStringLiteral("DateTime=2031-02-03 04:05:06")});
         CHECK_EXIT(run, 0);
         // Opening a module sets its clock (as the studio does), so the set time is checked on the module itself.
         const QDateTime moduleTime = static_cast<TSimDeviceMgmt*>(m_sim->Service(TSimDeviceMgmt::kSapId))->Now();
         QVERIFY2(qAbs(moduleTime.secsTo(QDateTime(QDate(2031, 2, 3), QTime(4, 5, 6)))) < 5, qPrintable(moduleTime.toString()));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
         CHECK_EXIT(run, 0);
         QVERIFY2(run.out.startsWith(QStringLiteral("DateTime: ") + QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"))), qPrintable(run.out));
     }
@@ -120,34 +123,34 @@ private slots:
     void exec_failuresAndExitCodes()
     {
         m_sim->ForceStatus(0x01, 0x0F, 0x03);
-        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
         CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("DeviceMgmt/GetRTC: wrong parameter\n"));
         QVERIFY(run.out.isEmpty());
         m_sim->ClearForcedStatus();
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/Fly")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/Fly")});
         CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("DeviceMgmt/Fly: error - command not found : Fly\n"));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("Nope/Fly")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("Nope/Fly")});
         CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("Nope/Fly: error - SAP not known: Nope/Fly\n"));
 
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
         CHECK_EXIT(run, 2);
         QVERIFY(run.err.contains(QStringLiteral("\"DateTime\" is not Key=Value")));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("LoRaWAN/SendUData"),
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("LoRaWAN/SendUData"),
                    QStringLiteral("LoRaPort=0x0A"), QStringLiteral("Payload=01 0G")});
         CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("LoRaWAN/SendUData: error - invalid hex byte list for Payload: \"01 0G\"\n"));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("GetRTC")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("GetRTC")});
         CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetRTC")});
         CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("fly")});
         CHECK_EXIT(run, 2);
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--baud"), QStringLiteral("1234"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--baud"), QStringLiteral("1234"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
         CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("--version")});
         CHECK_EXIT(run, 0);
@@ -159,7 +162,7 @@ private slots:
         QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
         const QStringList config{QStringLiteral("DataRate=3"), QStringLiteral("PowerLevel=14"), QStringLiteral("Options=0"),
                                  QStringLiteral("AutoPowerSaving=0"), QStringLiteral("BandID=1"), QStringLiteral("HeaderMacCmdCap=0")};
-        const QStringList exec{QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("LoRaWAN/SetNodeConfig")};
+        const QStringList exec{QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("LoRaWAN/SetNodeConfig")};
         Run run = Cli(exec + config + QStringList{QStringLiteral("Retransmisions=1")});
         CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("LoRaWAN/SetNodeConfig: error - unknown parameter \"Retransmisions\" of SetNodeConfig; valid parameters: "
@@ -180,7 +183,7 @@ private slots:
     {
         QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
         for (const char* method : {"deleteLater", "SetProductionMode", "EvDeviceMgmt_ConfigChanged", "destroyed"}) {
-            const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/") + QLatin1String(method)});
+            const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/") + QLatin1String(method)});
             CHECK_EXIT(run, 1);
             QCOMPARE(run.err, QStringLiteral("DeviceMgmt/%1: error - command not found : %1\n").arg(QLatin1String(method)));
             QVERIFY(run.out.isEmpty());
@@ -219,7 +222,7 @@ private slots:
         if (kind == QLatin1String("null"))
             port = QStringLiteral("/dev/null");
         if (kind == QLatin1String("denied")) {
-            port = m_sim->PortName();
+            port = m_port;
             if (::geteuid() == 0) {
                 // Root opens any port: the tool runs as nobody, with a home it may use.
                 QTemporaryDir home;
@@ -259,10 +262,10 @@ private slots:
     {
         m_sim->SetFault(TSimModule::FaultNoAnswer);
         // The requests are meant to go unanswered: a short time-out.
-        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--timeout"), QStringLiteral("300"), QStringLiteral("--port"), m_sim->PortName(),
+        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--timeout"), QStringLiteral("300"), QStringLiteral("--port"), m_port,
                              QStringLiteral("DeviceMgmt/GetRTC")});
         CHECK_EXIT(run, 3);
-        QCOMPARE(run.err, QStringLiteral("error - no module answers on %1 (no response)\n").arg(m_sim->PortName()));
+        QCOMPARE(run.err, QStringLiteral("error - no module answers on %1 (no response)\n").arg(m_port));
     }
 
     void monitor_printsEvents_endsWhenThePortVanishes()
@@ -276,21 +279,21 @@ private slots:
             return false;
         };
         QProcess monitor;
-        Start(monitor, {QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("2")});
+        Start(monitor, {QStringLiteral("monitor"), QStringLiteral("--port"), m_port, QStringLiteral("--seconds"), QStringLiteral("2")});
         QTRY_VERIFY_WITH_TIMEOUT(clockSet(), 30000);
         m_sim->SendPowerUpEvent();
         Run run = Finish(monitor);
         CHECK_EXIT(run, 0);
         QVERIFY2(run.out.startsWith(QStringLiteral("HostTime: ")), qPrintable(run.out));
-        QVERIFY2(run.out.contains(QStringLiteral("; Port: ") + m_sim->PortName() + QStringLiteral("; EvType: Power-Up Event; FWVersion: V2.4;")), qPrintable(run.out));
+        QVERIFY2(run.out.contains(QStringLiteral("; Port: ") + m_port + QStringLiteral("; EvType: Power-Up Event; FWVersion: V2.4;")), qPrintable(run.out));
         QCOMPARE(run.out.count(QLatin1Char('\n')), 1);
 
         // Without --seconds it would run for ever; the module going away ends it.
         requests.clear();
         QProcess endless;
-        Start(endless, {QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName()});
+        Start(endless, {QStringLiteral("monitor"), QStringLiteral("--port"), m_port});
         QTRY_VERIFY_WITH_TIMEOUT(clockSet(), 30000);
-        const QString port = m_sim->PortName();
+        const QString port = m_port;
         m_sim.reset();
         run = Finish(endless);
         CHECK_EXIT(run, 3);
@@ -301,10 +304,10 @@ private slots:
     void discover_unopenablePort_saysWhyAndExits3()
     {
         const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("--port"),
-                             m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("1")});
+                             m_port, QStringLiteral("--seconds"), QStringLiteral("1")});
         CHECK_EXIT(run, 3);
         QCOMPARE(run.err, QStringLiteral("error - couldn't open port /dev/tessera-no-such-port: No such file or directory\n"));
-        QVERIFY2(run.out.startsWith(QStringLiteral("Port: ") + m_sim->PortName() + QStringLiteral("; ")), qPrintable(run.out));
+        QVERIFY2(run.out.startsWith(QStringLiteral("Port: ") + m_port + QStringLiteral("; ")), qPrintable(run.out));
     }
 
     void discover_findsTwoModules()
@@ -312,12 +315,12 @@ private slots:
         TSimModule second;
         second.Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
         QVERIFY(second.Open());
-        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--port"), second.PortName(),
+        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), m_port, QStringLiteral("--port"), NamedPort(second.Wire()),
                              QStringLiteral("--seconds"), QStringLiteral("1")});
         CHECK_EXIT(run, 0);
         const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 2);
-        QVERIFY(lines.at(0).startsWith(QStringLiteral("Port: ") + m_sim->PortName() + QStringLiteral("; Baudrate: ")));
+        QVERIFY(lines.at(0).startsWith(QStringLiteral("Port: ") + m_port + QStringLiteral("; Baudrate: ")));
         QVERIFY(lines.at(1).contains(QStringLiteral("FWName: Caravel_LoRaWAN")));
     }
 
@@ -360,18 +363,18 @@ private slots:
         QCOMPARE(run.out, QStringLiteral("Valid: yes\nLowest: 0x00000000\nHighest: 0x00000BB7\nBase: 0x08000000\n"));
         CHECK_EXIT(Cli({QStringLiteral("hex"), dir.filePath(QStringLiteral("missing.hex"))}), 1);
 
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath,
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), hexPath,
                    QStringLiteral("--via-hci"), QStringLiteral("--verify")}, 60000);
         CHECK_EXIT(run, 0);
         QCOMPARE(run.out, QStringLiteral("Success\n"));
         QCOMPARE(m_sim->Bootloader().Flash().left(image.size()), image);
         QVERIFY(!m_sim->InBootloader());
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetFirmwareInfo")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetFirmwareInfo")});
         QVERIFY2(run.out.startsWith(QStringLiteral("FWVersion: V3.1\nBuildCount: 140\n")), qPrintable(run.out));
 
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), dir.filePath(QStringLiteral("none.hex"))});
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), dir.filePath(QStringLiteral("none.hex"))});
         CHECK_EXIT(run, 2);
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath, QStringLiteral("--pins"), QStringLiteral("up")});
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), hexPath, QStringLiteral("--pins"), QStringLiteral("up")});
         CHECK_EXIT(run, 2);
     }
 

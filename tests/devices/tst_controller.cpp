@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TControllerFactory.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TExtLoRaWANEndNode.h"
@@ -33,6 +34,7 @@ class TestController : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
 private slots:
     void initTestCase() { TControllerPrototypes::RegisterAll(); }
@@ -40,6 +42,7 @@ private slots:
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
     }
     void cleanup() { m_sim.reset(); }
 
@@ -66,12 +69,12 @@ private slots:
     void probe_readsTheDeviceInformation()
     {
         TRadioController probe;
-        QVERIFY(probe.ProbeOpen(m_sim->PortName()));
+        QVERIFY(probe.ProbeOpen(m_port));
         QVERIFY(!probe.Link()->IsOpen());
         const TKeyValueList& info = probe.DeviceInfo();
         // A new probe starts at the fastest enabled discovery rate; a pseudo-terminal answers at any rate.
         QCOMPARE(info.at(0), qMakePair(QStringLiteral("Baudrate"), QStringLiteral("115200 bps")));
-        QCOMPARE(info.Value("Port"), m_sim->PortName());
+        QCOMPARE(info.Value("Port"), m_port);
         QCOMPARE(info.Value("FWName"), QStringLiteral("Velto_LoRaWAN"));
         QCOMPARE(info.Value("FWVersion"), QStringLiteral("V2.4"));
         QCOMPARE(info.Value("DeviceAddress"), QStringLiteral("26011F3A"));
@@ -101,7 +104,7 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QString, error);
         TRadioController controller;
-        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(controller.Open(m_port, QStringLiteral("115200")));
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
         TKeyValueList result;
         QVERIFY(!controller.Execute(command, result));
@@ -115,8 +118,8 @@ private slots:
     void execute_successAndStatusTexts()
     {
         TLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
-        QCOMPARE(node.DisplayName(), m_sim->PortName() + QStringLiteral(":LoRaWANEndNode"));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
+        QCOMPARE(node.DisplayName(), m_port + QStringLiteral(":LoRaWANEndNode"));
         QVERIFY(node.HasFeature(QStringLiteral("LoRaWANDeviceMgmt")));
         QCOMPARE(node.SAPNames(), (QStringList{"DeviceMgmt", "LoRaWAN", "PTS", "SensorApp", "VTTrace"}));
 
@@ -145,7 +148,7 @@ private slots:
     void execute_parametersReachTheService()
     {
         TLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
         TKeyValueList params;
         params.Append(QStringLiteral("DateTime"), QStringLiteral("2030-06-15 08:09:10"));
         QVERIFY2(node.Execute(QStringLiteral("DeviceMgmt/SetRTC"), qAsConst(params)), qPrintable(node.LastError()));
@@ -190,7 +193,7 @@ private slots:
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
         TLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
         QPointer<TVeltoLRSAP> dm = node.SAP(QStringLiteral("DeviceMgmt"));
         QSignalSpy changes(qobject_cast<TVeltoLRDeviceMgmt*>(dm.data()), &TVeltoLRDeviceMgmt::EvDeviceMgmt_ConfigChanged);
         const quint32 sent = node.Link()->FramesSent();
@@ -210,7 +213,7 @@ private slots:
     {
         m_sim->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
         TExtLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
         QCOMPARE(node.Features(), (QStringList{"LoRaWANDeviceMgmt", "OspreyDeviceMgmt", "DualRadioStack"}));
         QVERIFY(node.SAP(QStringLiteral("DataLink")));
         QVERIFY(node.ReadDeviceInfo());
@@ -220,7 +223,7 @@ private slots:
     void close_keepsOrDropsTheLink()
     {
         TRadioController controller;
-        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("57600")));
+        QVERIFY(controller.Open(m_port, QStringLiteral("57600")));
         controller.SetPresence(1);
         controller.Close(false);
         QVERIFY(controller.Link());

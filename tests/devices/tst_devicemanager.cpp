@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TDiscoveryRates.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
@@ -44,12 +45,12 @@ class TestDeviceManager : public QObject
 private slots:
     void initTestCase()
     {
-        TVeltoLRHCI::SetDefaultResponseTimeout(200);
         TControllerPrototypes::RegisterAll();
         m.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
     }
     void cleanup()
     {
+        TVeltoLRHCI::SetDefaultResponseTimeout(TVeltoLRHCI::kResponseTimeoutMs);
         m.ResetBlockedPorts(true);
         for (const QString& port : m.ExtraPorts())
             m.RemoveExtraPort(port);
@@ -69,25 +70,26 @@ private slots:
         QFETCH(QString, className);
         auto sim = StartSim(firmware);
         QVERIFY(sim);
+        const QString port = NamedPort(sim->Wire());
         QSignalSpy added(&m, &TDeviceManager::EvLocalDeviceAdded);
         QSignalSpy selected(&m, &TDeviceManager::EvDeviceSelectionChanged);
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
-        QVERIFY(m.AddExtraPort(sim->PortName()));
-        QVERIFY(!m.AddExtraPort(sim->PortName()));
+        QVERIFY(m.AddExtraPort(port));
+        QVERIFY(!m.AddExtraPort(port));
         m.DiscoveryTick();
         QCOMPARE(added.count(), 1);
-        QCOMPARE(added.at(0).at(0).toString(), sim->PortName());
+        QCOMPARE(added.at(0).at(0).toString(), port);
         QCOMPARE(selected.count(), 1);
-        TRadioController* device = m.DeviceByPort(sim->PortName());
+        TRadioController* device = m.DeviceByPort(port);
         QVERIFY(device);
         QCOMPARE(QString::fromLatin1(device->metaObject()->className()), className);
         QCOMPARE(m.SelectedDevice(), device);
         QVERIFY(device->Link()->IsOpen());
-        QCOMPARE(m.DeviceInfoByPort(sim->PortName()).Value("FWName"), firmware);
-        QVERIFY(StatusTexts(lines).contains(QStringLiteral("DeviceMgmt:new radio detected on: ") + sim->PortName()));
-        QCOMPARE(m.UsedPorts().first(), sim->PortName());
-        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Used").first(), sim->PortName());
-        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Extra"), QStringList{sim->PortName()});
+        QCOMPARE(m.DeviceInfoByPort(port).Value("FWName"), firmware);
+        QVERIFY(StatusTexts(lines).contains(QStringLiteral("DeviceMgmt:new radio detected on: ") + port));
+        QCOMPARE(m.UsedPorts().first(), port);
+        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Used").first(), port);
+        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Extra"), QStringList{port});
 
         TKeyValueList result;
         QVERIFY(device->Execute(QStringLiteral("DeviceMgmt/GetFirmwareInfo"), result));
@@ -125,7 +127,8 @@ private slots:
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
         sim->SetFault(TSimModule::FaultNoAnswer);
-        const QString port = sim->PortName();
+        TVeltoLRHCI::SetDefaultResponseTimeout(200);   // these requests are meant to go unanswered
+        const QString port = NamedPort(sim->Wire());
         m.AddExtraPort(port);
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
         const int attempts = 3 * TDiscoveryRates::Count() + 1;
@@ -142,10 +145,12 @@ private slots:
 
         // Blocked ports are left alone, and "Discover Devices" lets them be probed again
         // without disturbing the devices already found.
+        TVeltoLRHCI::SetDefaultResponseTimeout(TVeltoLRHCI::kResponseTimeoutMs);
         auto other = StartSim(QStringLiteral("Velto_LoRaWAN"));
-        m.AddExtraPort(other->PortName());
+        const QString otherPort = NamedPort(other->Wire());
+        m.AddExtraPort(otherPort);
         m.DiscoveryTick();
-        TRadioController* active = m.DeviceByPort(other->PortName());
+        TRadioController* active = m.DeviceByPort(otherPort);
         QVERIFY(active);
         QCOMPARE(sim->RequestsHandled(), quint32(2 * attempts));
         sim->SetFault(TSimModule::FaultNone);
@@ -153,7 +158,7 @@ private slots:
         QVERIFY(m.BlockedPorts().isEmpty());
         m.DiscoveryTick();
         QVERIFY(m.DeviceByPort(port));
-        QCOMPARE(m.DeviceByPort(other->PortName()), active);
+        QCOMPARE(m.DeviceByPort(otherPort), active);
         QCOMPARE(m.DeviceCount(), 2);
     }
 
@@ -196,17 +201,19 @@ private slots:
     void sixteenModules_allFoundAndAnswering()
     {
         std::vector<std::unique_ptr<TSimModule>> sims;
+        QStringList ports;
         for (int i = 0; i < 16; ++i) {
             sims.push_back(StartSim(i % 2 ? QStringLiteral("Caravel_LoRaWAN") : QStringLiteral("Velto_LoRaWAN")));
             QVERIFY(sims.back());
             sims.back()->Identity().deviceId = quint32(0x1000 + i);
-            m.AddExtraPort(sims.back()->PortName());
+            ports << NamedPort(sims.back()->Wire());
+            m.AddExtraPort(ports.last());
         }
         QSignalSpy added(&m, &TDeviceManager::EvLocalDeviceAdded);
         m.DiscoveryTick();
         QCOMPARE(added.count(), 16);
         for (int i = 0; i < 16; ++i) {
-            TRadioController* device = m.DeviceByPort(sims[size_t(i)]->PortName());
+            TRadioController* device = m.DeviceByPort(ports.at(i));
             QVERIFY(device);
             TKeyValueList result;
             QVERIFY(device->Execute(QStringLiteral("DeviceMgmt/GetDeviceInfo"), result));

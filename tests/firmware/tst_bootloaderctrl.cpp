@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "firmware/TBootloaderCtrl.h"
 #include "firmware/TSTM32Bootloader.h"
 #include "tools/sim/TPseudoTerminal.h"
@@ -94,7 +95,7 @@ private slots:
         const QString path = WriteHex(dir, QStringLiteral("Velto_LoRaWAN_V3.1.hex"), kFlash, image);
 
         Run run;
-        run.ctrl.Connect(sim.PortName(), TBootloaderCtrl::OptVerify);
+        run.ctrl.Connect(NamedPort(sim.Wire()), TBootloaderCtrl::OptVerify);
         QTRY_COMPARE(run.Code(run.device), int(TBootloaderCtrl::Success));
         QCOMPARE(run.ctrl.PageSize(), quint32(pageSize));
         run.ctrl.LoadFirmwareImage(path);
@@ -123,7 +124,7 @@ private slots:
         connect(&sim.Bootloader(), &TSimStm32Bootloader::EvApplicationStarted, this,
                 [&sim] { sim.Wire().Write(QByteArray::fromHex("C001200B017500C0")); });
         Run run;
-        run.ctrl.Connect(sim.PortName(), 0);
+        run.ctrl.Connect(NamedPort(sim.Wire()), 0);
         QTRY_COMPARE(run.Code(run.device), int(TBootloaderCtrl::Success));
         run.ctrl.StartApplication();
         QTRY_COMPARE(run.started.count(), 1);
@@ -138,7 +139,7 @@ private slots:
         QVERIFY(sim.Open());
         sim.Bootloader().SetFault(TSimStm32Bootloader::FaultNackAll);
         Run run(50);
-        run.ctrl.Connect(sim.PortName(), 3);
+        run.ctrl.Connect(NamedPort(sim.Wire()), 3);
         QTRY_COMPARE(run.Code(run.update), int(TBootloaderCtrl::OperationTimeout));
         QCOMPARE(run.device.count(), 0);
         QCOMPARE(TBootloaderCtrl::StatusText(run.Code(run.update)), QStringLiteral("Operation Timeout"));
@@ -155,7 +156,7 @@ private slots:
         // Something changes the flash behind our back right after the first page was written.
         connect(run.ctrl.FirstBootloader(), &TBootloaderIF::PageWritten, this,
                 [&sim] { sim.Bootloader().LoadFlash(QByteArray(4, '\x00'), 0); }, Qt::DirectConnection);
-        run.ctrl.Connect(sim.PortName(), TBootloaderCtrl::OptVerify);
+        run.ctrl.Connect(NamedPort(sim.Wire()), TBootloaderCtrl::OptVerify);
         QTRY_COMPARE(run.Code(run.device), 0);
         run.ctrl.LoadFirmwareImage(path);
         run.ctrl.StartUpdate();
@@ -168,7 +169,7 @@ private slots:
         TSimStm32Port sim;
         QVERIFY(sim.Open());
         Run run;
-        run.ctrl.Connect(sim.PortName(), 3);
+        run.ctrl.Connect(NamedPort(sim.Wire()), 3);
         QTRY_COMPARE(run.Code(run.device), 0);
         run.ctrl.LoadFirmwareImage(QStringLiteral("/nonexistent/image.hex"));
         QCOMPARE(run.Code(run.firmware), int(TBootloaderCtrl::CouldntConnect));
@@ -187,7 +188,7 @@ private slots:
         QTemporaryDir dir;
         const QString path = WriteHex(dir, QStringLiteral("one.hex"), kFlash, QByteArray(1, '\x42'));
         Run run;
-        run.ctrl.Connect(sim.PortName(), 3);
+        run.ctrl.Connect(NamedPort(sim.Wire()), 3);
         QTRY_COMPARE(run.Code(run.device), 0);
         run.ctrl.LoadFirmwareImage(path);
         QCOMPARE(run.ctrl.ImageInfo().highest, 0u);
@@ -206,7 +207,7 @@ private slots:
         if (pins.CountDevices() > 0)
             QSKIP("an FTDI device is attached; this test never drives real pins");
         Run run;
-        run.ctrl.Connect(sim.PortName(), 7);
+        run.ctrl.Connect(NamedPort(sim.Wire()), 7);
         QCOMPARE(run.Code(run.device), int(TBootloaderCtrl::FtdiError));
         QVERIFY(!run.ctrl.FirstBootloader()->IsOpen());
         QVERIFY(!run.ctrl.FtdiErrorText().isEmpty());

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "firmware/TSTM32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
 
@@ -48,6 +49,7 @@ class TestStm32Bootloader : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimStm32Port> m_sim;
+    QString m_port;
     std::unique_ptr<TSTM32Bootloader> m_boot;
 
     TSimStm32Bootloader& Sim() { return m_sim->Bootloader(); }
@@ -56,7 +58,7 @@ class TestStm32Bootloader : public QObject
     {
         Sim().SetDevice(productId);
         Sim().SetExtendedErase(extended);
-        if (!m_boot->Open(m_sim->PortName()))
+        if (!m_boot->Open(m_port))
             return false;
         QSignalSpy initialized(m_boot.get(), &TBootloaderIF::DeviceInitialized);
         m_boot->Init();
@@ -71,6 +73,7 @@ private slots:
         g_traces.clear();
         m_sim = std::make_unique<TSimStm32Port>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
         m_boot = std::make_unique<TSTM32Bootloader>();
         m_boot->SetCommandTimeout(kPatientTimeoutMs);
     }
@@ -117,7 +120,7 @@ private slots:
         QVERIFY(!m_boot->GetFlashSize(size));
         QCOMPARE(m_boot->GetPageSize(), quint16(0));
 
-        QVERIFY(m_boot->Open(m_sim->PortName()));
+        QVERIFY(m_boot->Open(m_port));
         QVERIFY(m_boot->IsOpen());
         QSignalSpy initialized(m_boot.get(), &TBootloaderIF::DeviceInitialized);
         QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
@@ -317,7 +320,7 @@ private slots:
         QFETCH(int, fault);
         Sim().SetFault(Fault(fault));
         m_boot->SetCommandTimeout(kShortTimeoutMs);
-        QVERIFY(m_boot->Open(m_sim->PortName()));
+        QVERIFY(m_boot->Open(m_port));
         QSignalSpy timeouts(m_boot.get(), &TBootloaderIF::Timeout);
         qInstallMessageHandler(CaptureTrace);
         m_boot->Init();
@@ -363,7 +366,7 @@ private slots:
         QCOMPARE(timeouts.count(), 0);
 
         // The line vanishing mid-command ends in Timeout(), once.
-        QVERIFY(m_boot->Open(m_sim->PortName()));
+        QVERIFY(m_boot->Open(m_port));
         m_boot->ReadPage(kFlashStart);
         m_sim->Close();
         QVERIFY(timeouts.wait(kWaitMs));

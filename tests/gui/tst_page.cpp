@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
@@ -143,12 +144,13 @@ class TestPage : public QObject
 
     TDeviceManager& m = TDeviceManager::Instance();
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
     TRadioController* Discover(const QString& firmware)
     {
         m_sim = std::make_unique<TSimModule>();
         m_sim->Identity().firmwareName = firmware;
-        if (!m_sim->Open() || !m.AddExtraPort(m_sim->PortName()))
+        if (!m_sim->Open() || !m.AddExtraPort(m_port = NamedPort(m_sim->Wire())))
             return nullptr;
         m.DiscoveryTick();
         return m.SelectedDevice();
@@ -157,7 +159,6 @@ class TestPage : public QObject
 private slots:
     void initTestCase()
     {
-        TVeltoLRHCI::SetDefaultResponseTimeout(200);
         TControllerPrototypes::RegisterAll();
     }
     void cleanup()
@@ -354,7 +355,7 @@ private slots:
         QCOMPARE(Recording(info)->refreshedWith, device);
 
         SetSwitches(false, false);
-        QVERIFY(m.SelectDevice(m_sim->PortName()));
+        QVERIFY(m.SelectDevice(m_port));
         QVERIFY(ctrl.IsSectionOffered("LoRaWAN Services"));
         QVERIFY(ctrl.IsSectionOffered("Osprey Services"));
         QCOMPARE(types.count(), 1);

@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "base/THexText.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TVeltoLRSAP.h"
@@ -51,6 +52,7 @@ class TestHciLink : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
     std::unique_ptr<TVeltoLRHCI> m_link;
 
     QSignalSpy* TextSpy()
@@ -64,8 +66,9 @@ private slots:
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
         m_link = std::make_unique<TVeltoLRHCI>();
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("115200")));
     }
     void cleanup()
     {
@@ -78,14 +81,14 @@ private slots:
     {
         m_link->Close();
         QScopedPointer<QSignalSpy> texts(TextSpy());
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("230400 bps")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("230400 bps")));
         QCOMPARE(m_link->NumWakeupChars(), 75);
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("230400 bps"));
-        QCOMPARE(Texts(*texts), QStringList{QStringLiteral("ComPort %1 opened with 230400 bps, 75 wakeup chars").arg(m_sim->PortName())});
-        QVERIFY2(!m_link->Open(m_sim->PortName(), QStringLiteral("115200")), "a second open needs a Close first");
+        QCOMPARE(Texts(*texts), QStringList{QStringLiteral("ComPort %1 opened with 230400 bps, 75 wakeup chars").arg(m_port)});
+        QVERIFY2(!m_link->Open(m_port, QStringLiteral("115200")), "a second open needs a Close first");
         m_link->Close();
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("closed : 0 bps"));
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("12345")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("12345")));
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("115200 bps"));
         QCOMPARE(m_link->NumWakeupChars(), 40);
         const QList<int> rates{9600, 19200, 38400, 57600, 115200, 230400, 460800};
@@ -99,9 +102,9 @@ private slots:
         m_link->Close();
         TVeltoLRHCI nowhere;
         QVERIFY(!nowhere.Open(QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("115200")));
-        QVERIFY2(!nowhere.Open(m_sim->PortName(), QStringLiteral("115200")), "a failed open keeps the port object");
+        QVERIFY2(!nowhere.Open(m_port, QStringLiteral("115200")), "a failed open keeps the port object");
         nowhere.Close();
-        QVERIFY(nowhere.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(nowhere.Open(m_port, QStringLiteral("115200")));
     }
 
     void open_refusesWhatIsNoSerialPort_data()
@@ -142,7 +145,7 @@ private slots:
         // The port that opens afterwards clears the reason.
         link.Close();
         m_link->Close();
-        QVERIFY(link.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(link.Open(m_port, QStringLiteral("115200")));
         QVERIFY(link.OpenError().isEmpty());
     }
 
@@ -255,7 +258,7 @@ private slots:
         QVERIFY2(!m_link->DispatchTimerRunning(), "an empty queue leaves no timer waking the process");
         QCOMPARE(sap.payloads.at(1), QByteArray("\x02\x03", 2));
         QCOMPARE(sap.records.at(0).at(0).first, QStringLiteral("HostTime"));
-        QCOMPARE(sap.records.at(0).at(1), qMakePair(QStringLiteral("Port"), m_sim->PortName()));
+        QCOMPARE(sap.records.at(0).at(1), qMakePair(QStringLiteral("Port"), m_port));
         QVERIFY(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}$")).match(sap.records.at(0).Value("HostTime")).hasMatch());
     }
 
@@ -340,7 +343,7 @@ private slots:
             keys << item.first;
         QCOMPARE(keys, (QStringList{"EvType", "HostTime", "Port", "SLIP-Msg", "HCI-SapID", "HCI-MsgID", "HCI-PLen", "HCI-Payload", "HCI-CRC"}));
         QCOMPARE(tx.Value("EvType"), QStringLiteral("Tx Event"));
-        QCOMPARE(tx.Value("Port"), m_sim->PortName());
+        QCOMPARE(tx.Value("Port"), m_port);
         QCOMPARE(tx.Value("SLIP-Msg"), QStringLiteral("C0 ").repeated(40) + QStringLiteral("C0 01 01 16 07 C0 "));
         QCOMPARE(tx.Value("HCI-SapID"), QStringLiteral("01 (Test)"));
         QCOMPARE(tx.Value("HCI-MsgID"), QStringLiteral("01"));

@@ -10,6 +10,7 @@
 
 #include <memory>
 
+#include "SimPort.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TVeltoLRSAP.h"
 #include "settings/TSettings.h"
@@ -92,12 +93,18 @@ bool OpenServiceOverPty(std::unique_ptr<TSimModule>& sim, std::unique_ptr<TVelto
 {
     TSettings::Instance().SetIsoFormat(true);
     sim = std::make_unique<TSimModule>();
-    if (!sim->Open())
+    QString error;
+    if (!sim->Open(&error)) {
+        qWarning("%s", qPrintable(error));
         return false;
+    }
     link = std::make_unique<TVeltoLRHCI>();
     link->SetResponseTimeout(timeoutMs);
-    if (!link->Open(sim->PortName(), QStringLiteral("115200")))
+    const QString port = NamedPort(sim->Wire());
+    if (!link->Open(port, QStringLiteral("115200"))) {
+        qWarning("couldn't open %s: %s", qPrintable(port), qPrintable(link->OpenError()));
         return false;
+    }
     sap = std::make_unique<Sap>();
     sap->AttachLink(link.get());
     return true;

@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TDataLinkSAP.h"
 #include "sap/TProductionSupportSAP.h"
@@ -133,12 +134,13 @@ private slots:
         TSimModule sim;
         QVERIFY(sim.Open());
         TVeltoLRHCI link;
-        QVERIFY(link.Open(sim.PortName(), QStringLiteral("115200")));
+        const QString port = NamedPort(sim.Wire());
+        QVERIFY(link.Open(port, QStringLiteral("115200")));
         ProbeSAP sap;
         ProbeSAP untabled(nullptr);
         sap.AttachLink(&link);
         QCOMPARE(link.RegisteredSAP(0x01), &sap);
-        QCOMPARE(sap.PortName(), sim.PortName());
+        QCOMPARE(sap.PortName(), port);
 
         QVERIFY(sap.Request(0x01, QByteArray()));
         QCOMPARE(sap.ResultText(), QStringLiteral("OK"));
