@@ -78,17 +78,5 @@ inline QString AsFile(const quint8* data, size_t size, const char* name)
     return path;
 }
 
-/// Called once from LLVMFuzzerInitialize: the user's settings and files stay untouched (HOME and the
-/// XDG directories point at a private folder), and Qt's warnings about bad input stay off the terminal.
-inline void Init()
-{
-    const QByteArray home = (QDir::tempPath() + QStringLiteral("/tessera-fuzz-home-%1").arg(QCoreApplication::applicationPid())).toLocal8Bit();
-    QDir().mkpath(QString::fromLocal8Bit(home));
-    qputenv("HOME", home);
-    qputenv("XDG_DATA_HOME", home + "/.local/share");
-    qputenv("XDG_CONFIG_HOME", home + "/.config");
-    qputenv("XDG_CACHE_HOME", home + "/.cache");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-}
 
 }

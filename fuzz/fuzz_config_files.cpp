@@ -30,13 +30,6 @@ void Settings(const quint8* data, size_t size)
 }
 }
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    FuzzSupport::Init();
-    TSettings::Instance().ReloadLocations();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1)

@@ -30,12 +30,6 @@ void CheckPacksAgain(const TFieldLayoutEntry* layout, const QByteArray& packed)
 }
 }
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    FuzzSupport::Init();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 2)

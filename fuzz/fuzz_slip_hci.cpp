@@ -20,12 +20,6 @@ struct Collector : TComSlipClient {
 };
 }
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
-{
-    FuzzSupport::Init();
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size < 1)
