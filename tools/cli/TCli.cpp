@@ -314,41 +314,28 @@ int TCli::Monitor(const QString& port, const QString& baud, double seconds)
 
 int TCli::Commands(const QString& port, const QString& baud)
 {
-    // One line per command: "SAP/Command", its description and, when it takes any, its parameter names.
-    QStringList lines;
-    auto add = [&lines](const QString& name, TVeltoLRSAP& sap) {
-        for (const QString& command : sap.CommandNames()) {
-            QString line = name + QLatin1Char('/') + command + QLatin1Char('\t') + sap.CommandDescription(command);
-            const QStringList parameters = sap.ParameterNames(command);
-            if (!parameters.isEmpty())
-                line += QLatin1Char('\t') + parameters.join(QLatin1Char(' '));
-            lines << line;
-        }
-    };
+    QList<QPair<QString, QString>> commands;
     std::unique_ptr<TRadioController> controller;
     if (!port.isEmpty()) {
         controller.reset(OpenController(port, baud));
         if (!controller)
             return ExitNoModule;
-        for (const QString& name : controller->SAPNames())
-            add(name, *controller->SAP(name));
+        commands = controller->Commands();
     } else {
         // Every service, as a controller of the richest class would offer them.
-        TDataLinkSAP dataLink;
-        TVeltoLRDeviceMgmt deviceMgmt;
-        TVeltoLRLoRaWAN lorawan;
-        TProductionSupportSAP productionSupport;
-        TSensorSAP sensor;
-        TTraceSAP trace;
-        add(QStringLiteral("DataLink"), dataLink);
-        add(QStringLiteral("DeviceMgmt"), deviceMgmt);
-        add(QStringLiteral("LoRaWAN"), lorawan);
-        add(QStringLiteral("PTS"), productionSupport);
-        add(QStringLiteral("SensorApp"), sensor);
-        add(QStringLiteral("VTTrace"), trace);
+        auto add = [&commands](const QString& name, TVeltoLRSAP&& sap) {
+            for (const QString& command : sap.CommandNames())
+                commands << qMakePair(name + QLatin1Char('/') + command, sap.CommandDescription(command));
+        };
+        add(QStringLiteral("DataLink"), TDataLinkSAP());
+        add(QStringLiteral("DeviceMgmt"), TVeltoLRDeviceMgmt());
+        add(QStringLiteral("LoRaWAN"), TVeltoLRLoRaWAN());
+        add(QStringLiteral("PTS"), TProductionSupportSAP());
+        add(QStringLiteral("SensorApp"), TSensorSAP());
+        add(QStringLiteral("VTTrace"), TTraceSAP());
     }
-    for (const QString& line : qAsConst(lines))
-        m_out << line << "\n";
+    for (const auto& command : commands)
+        m_out << command.first << "\t" << command.second << "\n";
     m_out.flush();
     return ExitOk;
 }
