@@ -178,7 +178,14 @@ QString TSettings::ReadValue(const QString& group, const QString& key, const QSt
 
 void TSettings::WriteValue(const QString& group, const QString& key, const QString& value)
 {
+    // A value that is on disk already is not written again: a rewrite of a large file costs
+    // seconds, and it would drop the comments of a hand-edited one.
     QSettings& file = File();
+    const QString path = group + QLatin1Char('/') + key;
+    if (file.contains(path) && AsText(file.value(path)) == value) {
+        m_errorText.clear();
+        return;
+    }
     file.beginGroup(group);
     file.setValue(key, value);
     FinishWrite(file);
@@ -199,10 +206,15 @@ QStringList TSettings::ReadList(const QString& group, const QString& key) const
 
 void TSettings::WriteList(const QString& group, const QString& key, const QStringList& list)
 {
+    // A lone empty text would be stored as an empty value, which reads back as no list at all.
+    const QStringList stored = list == QStringList{QString()} ? QStringList() : list;
+    if (File().contains(group + QLatin1Char('/') + key) && ReadList(group, key) == stored) {
+        m_errorText.clear();
+        return;
+    }
     QSettings& file = File();
     file.beginGroup(group);
-    // A lone empty text would be stored as an empty value, which reads back as no list at all.
-    file.setValue(key, list == QStringList{QString()} ? QStringList() : list);
+    file.setValue(key, stored);
     FinishWrite(file);
 }
 

@@ -91,10 +91,19 @@ private slots:
         QVERIFY(FileText().contains(QStringLiteral("[GUI]\nMainTheme=Montreal\n")));   // on disk at once
         QCOMPARE(s.Parses(), parses);
         // Another program (a second studio, tessera-cli, an editor) changed the file.
-        WriteFile("[GUI]\nMainTheme=Manhattan\n");
+        WriteFile("; kept by hand\n[GUI]\nMainTheme=Manhattan\n");
         QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
         QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
         QCOMPARE(s.Parses(), parses + 1);
+        // Writing what is stored already leaves the file as it is (a rewrite would drop the comment).
+        s.SetMainTheme(QStringLiteral("Manhattan"));
+        QCOMPARE(FileText(), QStringLiteral("; kept by hand\n[GUI]\nMainTheme=Manhattan\n"));
+        s.WriteList(QStringLiteral("GUI"), QStringLiteral("Ports"), QStringList{"COM3", "COM4"});
+        QCOMPARE(FileText(), QStringLiteral("[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n"));
+        WriteFile("; again\n[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n");
+        s.WriteList(QStringLiteral("GUI"), QStringLiteral("Ports"), QStringList{"COM3", "COM4"});
+        QCOMPARE(FileText(), QStringLiteral("; again\n[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n"));
+        QCOMPARE(s.Parses(), parses + 2);
     }
 
     void locations_fromTheProgramName()
