@@ -2,6 +2,8 @@
 // appearance to the last EvLocalDeviceAdded, with the device manager ticking every 500 ms.
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
 #include <QTemporaryDir>
 #include <QTextStream>
 
@@ -32,9 +34,12 @@ int main(int argc, char** argv)
     int added = 0;
     qint64 lastMs = 0;
     QElapsedTimer timer;
+    QEventLoop loop;
     QObject::connect(&manager, &TDeviceManager::EvLocalDeviceAdded, [&](const QString&) {
         ++added;
         lastMs = timer.elapsed();
+        if (added == kModules)
+            loop.quit();
     });
     std::vector<std::unique_ptr<TSimModule>> sims;
     timer.start();
@@ -44,8 +49,9 @@ int main(int argc, char** argv)
         sims.back()->Open();
         manager.AddExtraPort(sims.back()->PortName());
     }
-    while (added < kModules && timer.elapsed() < 30000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+    QTimer::singleShot(30000, &loop, &QEventLoop::quit);
+    if (added < kModules)
+        loop.exec();
     manager.Stop();
 
     QElapsedTimer commands;

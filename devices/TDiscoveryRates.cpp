@@ -64,7 +64,8 @@ void Load()
     f.on.clear();
     for (int rate : Rates())
         f.on << (std::find(std::begin(kDefaultRates), std::end(kDefaultRates), rate) != std::end(kDefaultRates));
-    const QStringList stored = TSettings::Instance().ReadList(QString::fromLatin1(kGroup), QString::fromLatin1(kDiscoveryKey));
+    // An invalid stored list reads as the default (with a warning), never as "no rate at all".
+    const QStringList stored = TSettings::Instance().DiscoveryBaudrates();
     if (!stored.isEmpty())
         for (int i = 0; i < Rates().size(); ++i)
             f.on[i] = stored.contains(QString::number(Rates()[i]));

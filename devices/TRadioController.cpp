@@ -249,8 +249,12 @@ bool TRadioController::Invoke(TVeltoLRSAP*, const QString& command, const TKeyVa
         OnShowMessage(sapName, *parameters);
 
     bool ok = false;
-    if (sap->metaObject()->indexOfMethod(Signature(name, parameters, result)) < 0) {
+    QString parameterError;
+    // Only the command table is reachable by name: no other slot or method of the service.
+    if (!sap->HasCommand(name) || sap->metaObject()->indexOfMethod(Signature(name, parameters, result)) < 0) {
         sap->SetErrorText(QStringLiteral("error - command not found : %1").arg(name));
+    } else if (parameters && !sap->CheckParameters(name, *parameters, parameterError)) {
+        sap->SetErrorText(parameterError);
     } else {
         TKeyValueList unusedResult;
         TKeyValueList& out = result ? *result : unusedResult;
@@ -293,7 +297,7 @@ bool TRadioController::ExecuteAny(const QString& command, const TKeyValueList& p
     const TVeltoLRSAP* sap = m_saps.value(command.section(QLatin1Char('/'), 0, 0), nullptr);
     const QString name = command.section(QLatin1Char('/'), 1);
     auto has = [sap, &name](bool withParameters, bool withResult) {
-        return sap && sap->metaObject()->indexOfMethod(Signature(name, withParameters, withResult)) >= 0;
+        return sap && sap->HasCommand(name) && sap->metaObject()->indexOfMethod(Signature(name, withParameters, withResult)) >= 0;
     };
     // form order: (parameters, result)
     const bool order[4][2] = {{true, true}, {true, false}, {false, true}, {false, false}};

@@ -429,7 +429,10 @@ TKeyValueList TGuiItemList::ReadKeyValues(const QStringList& keys, bool all) con
 {
     TKeyValueList values;
     for (const Row& row : m_rows) {
-        if (row.keyed && row.type != kLine && row.editor && (all || keys.contains(row.key)))
+        // Read-only rows show results and commands refuse names they do not take; a reserved field
+        // is the exception: it goes back as it was read.
+        const bool sent = !row.flags.contains(QLatin1String("RO")) || row.key == QLatin1String("Reserved");
+        if (row.keyed && row.type != kLine && row.editor && sent && (all || keys.contains(row.key)))
             values.Append(row.key, EditorValue(row));
     }
     return values;

@@ -51,7 +51,7 @@ public:
     QWidget* FindItem(const QString& key) const;
     /// "Key:k;Value:v" per keyed row in order; a "Checkable" row is followed by ";State:checked"/";State:unchecked".
     QStringList ReadItems() const;
-    /// The keyed rows as (key, value) pairs.
+    /// The keyed rows that are not read-only, as (key, value) pairs: the parameters of a set command.
     TKeyValueList ReadKeyValues() const;
     /// Only the rows whose key is in `keys` (a command that takes some of a group's rows).
     TKeyValueList ReadKeyValues(const QStringList& keys) const { return ReadKeyValues(keys, false); }

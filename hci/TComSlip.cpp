@@ -74,7 +74,9 @@ void TComSlip::Decode(const char* data, qint64 length)
             }
             break;
         case Escape:
-            if (b == ESC_END) {
+            if (m_rxBuffer.size() >= kMaxFrameBytes) {
+                m_state = Idle;   // an escaped byte may not carry a frame past the limit either
+            } else if (b == ESC_END) {
                 m_rxBuffer.append(char(END));
                 m_state = InFrame;
             } else if (b == ESC_ESC) {

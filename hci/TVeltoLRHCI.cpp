@@ -9,6 +9,7 @@
 
 #include "base/THexText.h"
 #include "hci/Crc16.h"
+#include "hci/TSerialDevice.h"
 #include "settings/TSettings.h"
 
 namespace {
@@ -133,9 +134,17 @@ bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
         baud = kDefaultBaudrate;
 
     m_port = new QSerialPort(portName, this);
+    m_openError = TSerialDevice::RefusalBeforeOpen(portName);
+    if (!m_openError.isEmpty())
+        return false;   // the port object stays: a later Open fails until Close
     if (!m_port->open(QIODevice::ReadWrite)) {
         m_openError = m_port->errorString();
-        return false;   // the port object stays: a later Open fails until Close
+        return false;
+    }
+    if (!TSerialDevice::IsTerminal(m_port->handle())) {
+        m_port->close();   // before a single byte goes into a file or a device that is no port
+        m_openError = QStringLiteral("not a serial port (no terminal)");
+        return false;
     }
     m_openError.clear();
     m_portLost = false;
@@ -316,22 +325,32 @@ void TVeltoLRHCI::FeedReceived(const QByteArray& bytes)
         m_slip.Decode(bytes);
 }
 
-void TVeltoLRHCI::ProcessRxFrame(const QByteArray& frame)
+TVeltoLRHCI::FrameResult TVeltoLRHCI::ParseFrame(const QByteArray& frame, HCIMessage& message)
 {
     const auto* data = reinterpret_cast<const quint8*>(frame.constData());
-    if (frame.size() > 0xFFFF || !Crc16::Check(data, quint16(frame.size()), Crc16::kInit)) {
-        ++m_crcErrors;
-        ShowText(QStringLiteral("CRC Error"));
-        return;
-    }
+    if (frame.size() > 0xFFFF || !Crc16::Check(data, quint16(frame.size()), Crc16::kInit))
+        return FrameCrcError;
     if (frame.size() <= 3)
-        return;
-
-    HCIMessage message;
+        return FrameTooShort;
     message.SapID = data[0];
     message.MsgID = data[1];
     message.Length = quint16(qMin(frame.size() - 4, int(HCIMessage::kMaxPayload)));
     std::memcpy(message.Payload, data + 2, message.Length);
+    message.CRC16 = 0;
+    return FrameOk;
+}
+
+void TVeltoLRHCI::ProcessRxFrame(const QByteArray& frame)
+{
+    HCIMessage message;
+    const FrameResult parsed = ParseFrame(frame, message);
+    if (parsed == FrameCrcError) {
+        ++m_crcErrors;
+        ShowText(QStringLiteral("CRC Error"));
+        return;
+    }
+    if (parsed == FrameTooShort)
+        return;
 
     if (m_waiting && message.SapID == m_expectedSapId && message.MsgID == m_expectedMsgId) {
         m_response = message;

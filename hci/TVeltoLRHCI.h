@@ -34,7 +34,8 @@ public:
     bool IsOpen() const;
     /// The port went away while open (unplugged module); cleared by the next Open.
     bool PortLost() const { return m_portLost; }
-    /// What the system said when the last Open failed.
+    /// What the system said when the last Open failed ("Permission denied", ...), or why the path
+    /// is no serial port (a directory, a regular file, /dev/null).
     QString OpenError() const { return m_openError; }
     QString PortName() const { return m_portName; }
     int NumWakeupChars() const { return m_numWakeupChars; }
@@ -80,6 +81,11 @@ public:
     bool DispatchTimerRunning() const { return m_dispatchTimerId != 0; }
 
     static QString ResultText(int result);
+
+    enum FrameResult { FrameOk, FrameCrcError, FrameTooShort };
+    /// One received SLIP frame (SapID, MsgID, payload, CRC) as a message: the CRC is checked over
+    /// the whole frame, frames of 3 bytes or less carry none, at most 500 payload bytes are kept.
+    static FrameResult ParseFrame(const QByteArray& frame, HCIMessage& message);
 
 signals:
     void EvShowLine();

@@ -21,16 +21,17 @@ const TCodeTableEntry kStatusTable[] = {
     {0, nullptr},
 };
 
-// name                    description
+// Parameter names: the fields of the layout a command packs, else the listed names.
+// name                    description                                     layout / parameters
 const TCommandTableEntry kCommandTable[] = {
-    {"SendURadioMessage",     "send unconfirmed radio message"},
-    {"SendCRadioMessage",     "send confirmed radio message"},
-    {"SetAckData",            "set ack data"},
-    {"GetRadioConfig",        "get radio configuration"},
-    {"SetRadioConfig",        "set radio configuration"},
-    {"ResetRadioConfig",      "reset radio configuration"},
-    {"SetAESKey",             "set AES encryption key"},
-    {"GetAESKey",             "get AES encryption key"},
+    {"SendURadioMessage",       "send unconfirmed radio message",               kSendData},
+    {"SendCRadioMessage",       "send confirmed radio message",                 kSendData},
+    {"SetAckData",              "set ack data",                                 kAckData},
+    {"GetRadioConfig",          "get radio configuration"},
+    {"SetRadioConfig",          "set radio configuration",                      kRadioConfig},
+    {"ResetRadioConfig",        "reset radio configuration"},
+    {"SetAESKey",               "set AES encryption key",                       kAESKey},
+    {"GetAESKey",               "get AES encryption key"},
     {nullptr, nullptr},
 };
 

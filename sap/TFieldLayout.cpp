@@ -13,6 +13,9 @@ namespace {
 
 enum class Kind { Unsigned, Signed, RtcTime, BattLevel, DeviceType, Octets, Invalid };
 
+/// Octet sequences up to this size are identifiers and keys, given in full; longer ones are data.
+constexpr int kMaxFixedOctets = 16;
+
 struct FieldType {
     Kind kind = Kind::Invalid;
     int size = 0;
@@ -87,6 +90,25 @@ QString FieldName(const char* name)
     return field;
 }
 
+QStringList ParameterNames(const TFieldLayoutEntry* layout)
+{
+    QStringList names;
+    for (; layout && layout->name; ++layout) {
+        const QString name = FieldName(layout->name);
+        if (name != QLatin1String("Reserved") && !names.contains(name))
+            names << name;
+    }
+    return names;
+}
+
+int ReservedFields(const TFieldLayoutEntry* layout)
+{
+    int count = 0;
+    for (; layout && layout->name; ++layout)
+        count += FieldName(layout->name) == QLatin1String("Reserved") ? 1 : 0;
+    return count;
+}
+
 QString HexOctets(const QByteArray& bytes)
 {
     return QString::fromLatin1(bytes.toHex(' ').toUpper());
@@ -131,7 +153,15 @@ int Decode(const TFieldLayoutEntry* layout, const QByteArray& payload, int offse
 
 int Decode(const TFieldLayoutEntry* layout, const quint8* payload, int length, int offset, TKeyValueList& record)
 {
-    for (; layout && layout->name && offset < length; ++layout) {
+    for (; layout && layout->name && offset <= length; ++layout) {
+        if (offset == length) {
+            // Data of variable length that the payload leaves empty is there, only empty: the
+            // record then packs into the same bytes again.
+            const FieldType type = ParseType(layout->type);
+            if (type.kind == Kind::Octets && type.size > kMaxFixedOctets && !QLatin1String(layout->name).contains(QLatin1String("Optional:")))
+                record.Append(FieldName(layout->name), QString());
+            break;
+        }
         const FieldType type = ParseType(layout->type);
         const QString name = FieldName(layout->name);
         const int left = length - offset;
@@ -216,7 +246,7 @@ bool Pack(const TFieldLayoutEntry* layout, const TKeyValueList& params, QByteArr
                 error = QStringLiteral("error - too many bytes for %1: %2 (at most %3)").arg(name).arg(bytes.size()).arg(type.size);
                 return false;
             }
-            if (type.size <= 16 && bytes.size() != type.size) {
+            if (type.size <= kMaxFixedOctets && bytes.size() != type.size) {
                 error = QStringLiteral("error - %1 needs exactly %2 bytes, got %3").arg(name).arg(type.size).arg(bytes.size());
                 return false;
             }

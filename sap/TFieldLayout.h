@@ -1,6 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include "base/TKeyValueList.h"
 #include "base/TCodeTables.h"
@@ -14,7 +15,8 @@
 /// may be shorter than their limit.
 namespace TFieldLayout {
 
-/// Decodes fields from `offset` until the table or the payload ends; never reads past `length`.
+/// Decodes fields from `offset` until the table or the payload ends; never reads past `length`. A
+/// data field (octet sequence longer than 16) that starts where the payload ends appears empty.
 /// Returns the offset after the last decoded field.
 int Decode(const TFieldLayoutEntry* layout, const quint8* payload, int length, int offset, TKeyValueList& record);
 int Decode(const TFieldLayoutEntry* layout, const QByteArray& payload, int offset, TKeyValueList& record);
@@ -28,6 +30,11 @@ int RequiredFields(const TFieldLayoutEntry* layout);
 
 /// Field name without its "Optional:" prefix.
 QString FieldName(const char* name);
+
+/// The names a packing takes from its parameters: every field but "Reserved", once each, in order.
+QStringList ParameterNames(const TFieldLayoutEntry* layout);
+/// Number of "Reserved" fields of a layout.
+int ReservedFields(const TFieldLayoutEntry* layout);
 
 /// Parsers shared with the services for parameters outside layouts.
 bool ParseUnsigned(const QString& text, bool hexDefault, quint64 maximum, quint64& value);

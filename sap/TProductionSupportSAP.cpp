@@ -19,19 +19,20 @@ const TCodeTableEntry kStatusTable[] = {
     {0, nullptr},
 };
 
-// name                    description
+// Parameter names: the fields of the layout a command packs, else the listed names.
+// name                    description                                     layout / parameters
 const TCommandTableEntry kCommandTable[] = {
-    {"SetRadioTestMode",      "set radio test mode"},
-    {"SetDeviceID",           "set device ID"},
-    {"FactoryReset",          "restore factory settings"},
-    {"SetFrequencyOffset",    "set frequency offset"},
-    {"SetCalibrationValue",   "set caliration value"},
-    {"GetCalibrationValue",   "get caliration value"},
-    {"GetMeasurementValue",   "get measurement value"},
-    {"SetClockOutput",        "set clock output"},
-    {"SetGPIOPorts",          "set GPIO ports"},
-    {"SendTestMessage",       "send test message"},
-    {"GetAirtime",            "calculate air time"},
+    {"SetRadioTestMode",        "set radio test mode",                          kRadioTestMode},
+    {"SetDeviceID",             "set device ID",                                kDeviceID},
+    {"FactoryReset",            "restore factory settings"},
+    {"SetFrequencyOffset",      "set frequency offset",                         kFrequencyOffset},
+    {"SetCalibrationValue",     "set caliration value",                         kCalibrationValue},
+    {"GetCalibrationValue",     "get caliration value",                         kCalibrationID},
+    {"GetMeasurementValue",     "get measurement value",                        kMeasurementID},
+    {"SetClockOutput",          "set clock output",                             kClockOutput},
+    {"SetGPIOPorts",            "set GPIO ports",                               kGPIOPorts},
+    {"SendTestMessage",         "send test message",                            kTestMessage},
+    {"GetAirtime",              "calculate air time",                           kAirtimeRequest},
     {nullptr, nullptr},
 };
 

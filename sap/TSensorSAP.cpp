@@ -18,10 +18,11 @@ const TCodeTableEntry kStatusTable[] = {
     {0, nullptr},
 };
 
-// name                  description
+// Parameter names: the fields of the layout a command packs, else the listed names.
+// name                    description                                     layout / parameters
 const TCommandTableEntry kCommandTable[] = {
-    {"SetSensorConfig",     "set sensor app configuration"},
-    {"GetSensorConfig",     "get sensor app configuration"},
+    {"SetSensorConfig",         "set sensor app configuration",                 kConfig},
+    {"GetSensorConfig",         "get sensor app configuration"},
     {nullptr, nullptr},
 };
 

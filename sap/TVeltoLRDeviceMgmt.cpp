@@ -12,6 +12,8 @@
 #include "settings/TSettings.h"
 #include "base/THexText.h"
 
+using namespace DeviceMgmtLayouts;
+
 namespace {
 // code  text
 const TCodeTableEntry kStatusTable[] = {
@@ -23,32 +25,33 @@ const TCodeTableEntry kStatusTable[] = {
     {0, nullptr},
 };
 
-// name                  description
+// Parameter names: the fields of the layout a command packs, else the listed names.
+// name                    description                                     layout / parameters
 const TCommandTableEntry kCommandTable[] = {
-    {"GetDeviceInfo",       "Get Device Info"},
-    {"GetFirmwareInfo",     "Get Firmware Info"},
-    {"GetCPUID",            "get CPU ID"},
-    {"GetRTC",              "Get RTC"},
-    {"SyncRTC",             "Sync RTC"},
-    {"SetRTC",              "Set RTC"},
-    {"SetRTCAlarm",         "Set RTC Alarm"},
-    {"ClearRTCAlarm",       "Clear RTC Alarm"},
-    {"GetRTCAlarm",         "Get RTC Alarm"},
-    {"SetHCIConfig",        "set HCI configuration"},
-    {"GetHCIConfig",        "get HCI configuration"},
-    {"GetOperationMode",    "Get Operation Mode"},
-    {"SetOperationMode",    "Set Operation Mode"},
-    {"ResetDevice",         "Reset Device"},
-    {"SetBootLoaderMode",   "Set Bootloader Mode"},
-    {"GetSystemStatus",     "Get System Status"},
-    {"SendTestCommand",     "Send Test Command"},
-    {"GetRadioStack",       "Get Radio Stack"},
-    {"SetRadioStack",       "Set Radio Stack"},
-    {"SetDeviceConfig",     "Set Device Configuration"},
-    {"GetDeviceConfig",     "Get Device Configuration"},
-    {"ResetDeviceConfig",   "Restore Factory Settings"},
-    {"SetLocalBaudrate",    "set local baudrate"},
-    {"GetLocalBaudrate",    "get local baudrate"},
+    {"GetDeviceInfo",           "Get Device Info"},
+    {"GetFirmwareInfo",         "Get Firmware Info"},
+    {"GetCPUID",                "get CPU ID"},
+    {"GetRTC",                  "Get RTC"},
+    {"SyncRTC",                 "Sync RTC"},
+    {"SetRTC",                  "Set RTC",                                      kRtc},
+    {"SetRTCAlarm",             "Set RTC Alarm",                                nullptr, "NewAlarm,Options"},
+    {"ClearRTCAlarm",           "Clear RTC Alarm"},
+    {"GetRTCAlarm",             "Get RTC Alarm"},
+    {"SetHCIConfig",            "set HCI configuration",                        kHciConfig},
+    {"GetHCIConfig",            "get HCI configuration"},
+    {"GetOperationMode",        "Get Operation Mode"},
+    {"SetOperationMode",        "Set Operation Mode",                           kOperationMode},
+    {"ResetDevice",             "Reset Device"},
+    {"SetBootLoaderMode",       "Set Bootloader Mode"},
+    {"GetSystemStatus",         "Get System Status"},
+    {"SendTestCommand",         "Send Test Command",                            nullptr, "SapID,MsgID,MsgPayload"},
+    {"GetRadioStack",           "Get Radio Stack"},
+    {"SetRadioStack",           "Set Radio Stack",                              kRadioStack},
+    {"SetDeviceConfig",         "Set Device Configuration",                     kDeviceConfig},
+    {"GetDeviceConfig",         "Get Device Configuration"},
+    {"ResetDeviceConfig",       "Restore Factory Settings"},
+    {"SetLocalBaudrate",        "set local baudrate",                           nullptr, "Baudrate"},
+    {"GetLocalBaudrate",        "get local baudrate"},
     {nullptr, nullptr},
 };
 

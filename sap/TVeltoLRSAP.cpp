@@ -22,8 +22,44 @@ void TVeltoLRSAP::AttachLink(TVeltoLRHCI* link)
 
 void TVeltoLRSAP::RegisterCommandTable(const TCommandTableEntry* table)
 {
-    for (; table && table->name; ++table)
-        m_commands.insert(QString::fromLatin1(table->name), QString::fromLatin1(table->description));
+    for (; table && table->name; ++table) {
+        const QString name = QString::fromLatin1(table->name);
+        m_commands.insert(name, QString::fromLatin1(table->description));
+        QStringList parameters;
+        if (table->layout) {
+            parameters = TFieldLayout::ParameterNames(table->layout);
+            // Reserved fields may be given back as they were read (in order), one value per field.
+            for (int i = TFieldLayout::ReservedFields(table->layout); i > 0; --i)
+                parameters << QStringLiteral("Reserved");
+        }
+        else if (table->parameters)
+            parameters = QString::fromLatin1(table->parameters).split(QLatin1Char(','));
+        m_parameters.insert(name, parameters);
+    }
+}
+
+bool TVeltoLRSAP::CheckParameters(const QString& command, const TKeyValueList& parameters, QString& error) const
+{
+    const QStringList valid = m_parameters.value(command);
+    QStringList unique = valid;
+    unique.removeDuplicates();
+    QStringList seen;
+    for (const TKeyValueList::Item& item : parameters) {
+        if (valid.isEmpty()) {
+            error = QStringLiteral("error - %1 takes no parameters, got \"%2\"").arg(command, item.first);
+            return false;
+        }
+        if (!valid.contains(item.first)) {
+            error = QStringLiteral("error - unknown parameter \"%1\" of %2; valid parameters: %3").arg(item.first, command, unique.join(QStringLiteral(", ")));
+            return false;
+        }
+        if (seen.count(item.first) >= valid.count(item.first)) {
+            error = QStringLiteral("error - parameter \"%1\" given more than once").arg(item.first);
+            return false;
+        }
+        seen << item.first;
+    }
+    return true;
 }
 
 void TVeltoLRSAP::RegisterMessageNameTable(const TCodeTableEntry* table)

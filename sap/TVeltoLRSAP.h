@@ -43,6 +43,13 @@ public:
     void SetErrorText(const QString& text);
 
     static QString CodeLookup(const TCodeTableEntry* table, quint32 code);
+    /// True for the commands of the service's command table: only these may be invoked by name.
+    bool HasCommand(const QString& name) const { return m_commands.contains(name); }
+    /// The parameter names a command accepts, in table order (empty: it takes none).
+    QStringList ParameterNames(const QString& command) const { return m_parameters.value(command); }
+    /// False with an "error - ..." text when a parameter name is not one of the command's or is
+    /// given twice; checked before anything is sent.
+    bool CheckParameters(const QString& command, const TKeyValueList& parameters, QString& error) const;
     QString CommandDescription(const QString& name);
     QString LastDescription() const { return m_lastDescription; }
     QStringList CommandNames() const { return m_commands.keys(); }
@@ -75,6 +82,7 @@ protected:
     bool m_statusValid = false;
     const TCodeTableEntry* m_statusTable;
     QMap<QString, QString> m_commands;
+    QMap<QString, QStringList> m_parameters;
     QString m_lastDescription;
     QString m_errorText;
     QMap<QString, QString> m_messageNames;

@@ -1,5 +1,6 @@
 #include "settings/TSettings.h"
 
+#include <QFileInfo>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -8,49 +9,72 @@ struct KeyDefault {
     const char* group;
     const char* key;
     const char* defaultValue;
+    /// What a stored value may be: "a|b|c" (one of these; each entry of a list), "min..max" (a whole
+    /// number in range), or null (any text; booleans read anything but "1", "ON", "YES" as false).
+    const char* allowed;
 };
 
 // Keys with a fixed default. "LoRaWANConfig"/"Configuration" depends on the data directory and the
 // "ComPorts" lists start empty, so neither is listed here.
-// group                key                             default
+// group                key                             default                            allowed
 const KeyDefault kDefaults[] = {
-    {"GUI",              "StatusBoxLocation",           "2"},
-    {"GUI",              "MainTheme",                   "Manhattan"},
-    {"HCI-Parameter",    "NumWakeupChars",              "50"},
-    {"GatewaySupport",   "ServerPort",                  "51000"},
-    {"GatewaySupport",   "GatewayPort",                 "51000"},
-    {"GatewaySupport",   "ServerSupport",               "no"},
-    {"Special",          "BonjourSupport",              "no"},
-    {"Logfile",          "ShowISOFormat",               "yes"},
-    {"Logfile",          "ShowLines",                   "yes"},
-    {"Logfile",          "ShowUnits",                   "yes"},
-    {"Logfile",          "ShowSingleLineKVList",        "yes"},
-    {"Logfile",          "ShowHREvents",                "yes"},
-    {"Special",          "DeveloperPWD",                ""},
-    {"Special",          "ApprovalTest",                "no"},
-    {"Special",          "SensorApp",                   "no"},
-    {"DeviceConfig",     "Configuration",               ":/Config/DeviceConfig.json"},
-    {"FirmwareVersions", "Configuration",               ":/Config/FirmwareVersions.json"},
-    {"FirmwareSupport",  "FirmwareCompatibilityCheck",  "yes"},
-    {"Formats",          "ISOFormat",                   "yes"},
-    {"Radio",            "TestMode",                    "0"},
-    {"Radio",            "PowerLevel",                  "14"},
-    {"Radio",            "Modulation",                  "0"},
-    {"Radio",            "Frequency",                   "14245888"},   // 869.5 MHz
-    {"Radio",            "Bandwidth",                   "0"},
-    {"Radio",            "Spreading",                   "7"},
-    {"Radio",            "ErrorCoding",                 "1"},
-    {"Radio",            "Payload",                     "01 02 03 04 05 06 07 08"},
-    {"Radio",            "RepeatCount",                 "100"},
-    {"Radio",            "RepeatInterval",              "1000"},      // ms
+    {"GUI",              "StatusBoxLocation",           "2",                               "1|2|4|8"},
+    {"GUI",              "MainTheme",                   "Manhattan",                       "Berlin|Manhattan|Montreal"},
+    {"HCI-Parameter",    "NumWakeupChars",              "50",                              "0..1000"},
+    {"HCI-Parameter",    "DiscoveryBaudrates",          "57600,115200",                    "9600|19200|38400|57600|115200|230400|460800"},
+    {"GatewaySupport",   "ServerPort",                  "51000",                           "1..65535"},
+    {"GatewaySupport",   "GatewayPort",                 "51000",                           "1..65535"},
+    {"GatewaySupport",   "ServerSupport",               "no",                              nullptr},
+    {"Special",          "BonjourSupport",              "no",                              nullptr},
+    {"Logfile",          "ShowISOFormat",               "yes",                             nullptr},
+    {"Logfile",          "ShowLines",                   "yes",                             nullptr},
+    {"Logfile",          "ShowUnits",                   "yes",                             nullptr},
+    {"Logfile",          "ShowSingleLineKVList",        "yes",                             nullptr},
+    {"Logfile",          "ShowHREvents",                "yes",                             nullptr},
+    {"Special",          "DeveloperPWD",                "",                                nullptr},
+    {"Special",          "ApprovalTest",                "no",                              nullptr},
+    {"Special",          "SensorApp",                   "no",                              nullptr},
+    {"DeviceConfig",     "Configuration",               ":/Config/DeviceConfig.json",      nullptr},
+    {"FirmwareVersions", "Configuration",               ":/Config/FirmwareVersions.json",  nullptr},
+    {"FirmwareSupport",  "FirmwareCompatibilityCheck",  "yes",                             nullptr},
+    {"Formats",          "ISOFormat",                   "yes",                             nullptr},
+    {"Radio",            "TestMode",                    "0",                               nullptr},
+    {"Radio",            "PowerLevel",                  "14",                              nullptr},
+    {"Radio",            "Modulation",                  "0",                               nullptr},
+    {"Radio",            "Frequency",                   "14245888",                        nullptr},   // 869.5 MHz
+    {"Radio",            "Bandwidth",                   "0",                               nullptr},
+    {"Radio",            "Spreading",                   "7",                               nullptr},
+    {"Radio",            "ErrorCoding",                 "1",                               nullptr},
+    {"Radio",            "Payload",                     "01 02 03 04 05 06 07 08",         nullptr},
+    {"Radio",            "RepeatCount",                 "100",                             nullptr},
+    {"Radio",            "RepeatInterval",              "1000",                            nullptr},   // ms
 };
 
-QString Default(const char* group, const char* key)
+const KeyDefault* Row(const char* group, const char* key)
 {
     for (const KeyDefault& row : kDefaults)
         if (qstrcmp(row.group, group) == 0 && qstrcmp(row.key, key) == 0)
-            return QString::fromLatin1(row.defaultValue);
-    return QString();
+            return &row;
+    return nullptr;
+}
+
+QString Default(const char* group, const char* key)
+{
+    const KeyDefault* row = Row(group, key);
+    return row ? QString::fromLatin1(row->defaultValue) : QString();
+}
+
+bool Allowed(const char* allowed, const QString& value)
+{
+    if (!allowed)
+        return true;
+    const QString rule = QString::fromLatin1(allowed);
+    const int dots = rule.indexOf(QLatin1String(".."));
+    if (dots < 0)
+        return rule.split(QLatin1Char('|')).contains(value.trimmed());
+    bool ok = false;
+    const qint64 number = value.trimmed().toLongLong(&ok);
+    return ok && number >= rule.left(dots).toLongLong() && number <= rule.mid(dots + 2).toLongLong();
 }
 
 // A hand-edited value holding commas parses as a list; as text it is what was written.
@@ -71,6 +95,8 @@ TSettings::TSettings()
     ReloadLocations();
 }
 
+TSettings::~TSettings() = default;
+
 void TSettings::ReloadLocations()
 {
     QStringList parts = QStandardPaths::writableLocation(QStandardPaths::DataLocation).split(QLatin1Char('/'));
@@ -81,7 +107,68 @@ void TSettings::ReloadLocations()
     m_docDir = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     m_settingsFile = m_dataDir + name + QStringLiteral(".ini");
     m_endDeviceFile = m_dataDir + name + QStringLiteral("_EndDevices.json");
+    m_file.reset();
     m_isoFormat = TableBool("Formats", "ISOFormat");
+}
+
+QSettings& TSettings::File() const
+{
+    // A stat per read: the file is parsed again only when someone else changed it.
+    const QFileInfo info(m_settingsFile);
+    const qint64 size = info.exists() ? info.size() : -1;
+    const QDateTime time = info.exists() ? info.lastModified() : QDateTime();
+    if (!m_file) {
+        m_file = std::make_unique<QSettings>(m_settingsFile, QSettings::IniFormat);
+        ++m_parses;
+    } else if (size != m_fileSize || time != m_fileTime) {
+        m_file->sync();
+        ++m_parses;
+    } else {
+        return *m_file;
+    }
+    m_fileSize = size;
+    m_fileTime = time;
+    return *m_file;
+}
+
+void TSettings::RememberFileState() const
+{
+    const QFileInfo info(m_settingsFile);
+    m_fileSize = info.exists() ? info.size() : -1;
+    m_fileTime = info.exists() ? info.lastModified() : QDateTime();
+}
+
+void TSettings::SetWarningSink(std::function<void(const QString&)> sink)
+{
+    m_warningSink = std::move(sink);
+    if (!m_warningSink)
+        return;
+    const QStringList pending = m_pendingWarnings;
+    m_pendingWarnings.clear();
+    for (const QString& text : pending)
+        m_warningSink(text);
+}
+
+void TSettings::Warn(const QString& text) const
+{
+    if (m_warningSink)
+        m_warningSink(text);
+    else
+        m_pendingWarnings << text;
+}
+
+QString TSettings::Checked(const char* group, const char* key, const QString& value) const
+{
+    const KeyDefault* row = Row(group, key);
+    if (!row || Allowed(row->allowed, value))
+        return value;
+    const QString path = QLatin1String(group) + QLatin1Char('/') + QLatin1String(key);
+    if (!m_warned.contains(path)) {
+        m_warned.insert(path);
+        Warn(QStringLiteral("warning - invalid value \"%1\" of %2 in the settings file %3: using the default \"%4\"")
+                 .arg(value, path, m_settingsFile, QLatin1String(row->defaultValue)));
+    }
+    return QString::fromLatin1(row->defaultValue);
 }
 
 bool TSettings::TextToBool(const QString& text)
@@ -92,7 +179,7 @@ bool TSettings::TextToBool(const QString& text)
 
 QString TSettings::ReadValue(const QString& group, const QString& key, const QString& defaultValue) const
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
+    QSettings& file = File();
     file.beginGroup(group);
     const QVariant value = file.value(key);
     file.endGroup();
@@ -101,7 +188,14 @@ QString TSettings::ReadValue(const QString& group, const QString& key, const QSt
 
 void TSettings::WriteValue(const QString& group, const QString& key, const QString& value)
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
+    // A value that is on disk already is not written again: a rewrite of a large file costs
+    // seconds, and it would drop the comments of a hand-edited one.
+    QSettings& file = File();
+    const QString path = group + QLatin1Char('/') + key;
+    if (file.contains(path) && AsText(file.value(path)) == value) {
+        m_errorText.clear();
+        return;
+    }
     file.beginGroup(group);
     file.setValue(key, value);
     FinishWrite(file);
@@ -109,7 +203,7 @@ void TSettings::WriteValue(const QString& group, const QString& key, const QStri
 
 QStringList TSettings::ReadList(const QString& group, const QString& key) const
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
+    QSettings& file = File();
     file.beginGroup(group);
     const QVariant value = file.value(key);
     file.endGroup();
@@ -122,10 +216,15 @@ QStringList TSettings::ReadList(const QString& group, const QString& key) const
 
 void TSettings::WriteList(const QString& group, const QString& key, const QStringList& list)
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
-    file.beginGroup(group);
     // A lone empty text would be stored as an empty value, which reads back as no list at all.
-    file.setValue(key, list == QStringList{QString()} ? QStringList() : list);
+    const QStringList stored = list == QStringList{QString()} ? QStringList() : list;
+    if (File().contains(group + QLatin1Char('/') + key) && ReadList(group, key) == stored) {
+        m_errorText.clear();
+        return;
+    }
+    QSettings& file = File();
+    file.beginGroup(group);
+    file.setValue(key, stored);
     FinishWrite(file);
 }
 
@@ -147,7 +246,7 @@ bool TSettings::RemoveFromList(const QString& group, const QString& key, const Q
 
 TKeyValueList TSettings::ReadGroup(const QString& group) const
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
+    QSettings& file = File();
     file.beginGroup(group);
     TKeyValueList items;
     const QStringList keys = file.childKeys();
@@ -159,7 +258,7 @@ TKeyValueList TSettings::ReadGroup(const QString& group) const
 
 void TSettings::WriteGroup(const QString& group, const TKeyValueList& items)
 {
-    QSettings file(m_settingsFile, QSettings::IniFormat);
+    QSettings& file = File();
     file.beginGroup(group);
     for (const auto& item : items)
         file.setValue(item.first, item.second);
@@ -170,9 +269,13 @@ void TSettings::FinishWrite(QSettings& file)
 {
     file.endGroup();
     file.sync();
+    RememberFileState();
     m_errorText = file.status() == QSettings::NoError
                       ? QString()
                       : QStringLiteral("error - couldn't write settings file: ") + m_settingsFile;
+    // QSettings keeps its first error for good: the next access starts afresh from the file.
+    if (!m_errorText.isEmpty())
+        m_file.reset();
 }
 
 bool TSettings::ReadBool(const QString& group, const QString& key, bool defaultValue) const
@@ -187,7 +290,7 @@ void TSettings::WriteBool(const QString& group, const QString& key, bool value)
 
 QString TSettings::TableValue(const char* group, const char* key) const
 {
-    return ReadValue(QString::fromLatin1(group), QString::fromLatin1(key), Default(group, key));
+    return Checked(group, key, ReadValue(QString::fromLatin1(group), QString::fromLatin1(key), Default(group, key)));
 }
 
 bool TSettings::TableBool(const char* group, const char* key) const
@@ -290,6 +393,18 @@ void TSettings::SetFirmwareCompatibilityCheck(bool on)
 QString TSettings::LoRaWANConfigPath() const
 {
     return ReadValue(QStringLiteral("LoRaWANConfig"), QStringLiteral("Configuration"), m_dataDir + QStringLiteral("Velto_LoRaWAN_Config.json"));
+}
+
+QStringList TSettings::DiscoveryBaudrates() const
+{
+    const char* group = "HCI-Parameter";
+    const char* key = "DiscoveryBaudrates";
+    const QStringList fallback = Default(group, key).split(QLatin1Char(','));
+    const QStringList stored = ReadList(QString::fromLatin1(group), QString::fromLatin1(key));
+    for (const QString& rate : stored)
+        if (Checked(group, key, rate) != rate)
+            return fallback;
+    return stored.isEmpty() ? fallback : stored;
 }
 
 QString TSettings::DeviceConfigPath() const

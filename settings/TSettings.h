@@ -1,14 +1,20 @@
 #pragma once
+#include <QDateTime>
+#include <QSet>
 #include <QString>
 #include <QStringList>
+
+#include <functional>
+#include <memory>
 
 #include "base/TKeyValueList.h"
 #include "settings/TRadioTestSettings.h"
 
 class QSettings;
 
-/// The per-user settings store. Every read and write opens and closes the INI file, so the file is
-/// current after each write. One instance per process (Instance()).
+/// The per-user settings store. The INI file is parsed once and again only when it changed on disk
+/// (another program, a hand edit); every write goes through to the file at once. One instance per
+/// process (Instance()).
 class TSettings
 {
 public:
@@ -41,7 +47,8 @@ public:
     static bool TextToBool(const QString& text);
     static QString BoolToText(bool value) { return value ? QStringLiteral("YES") : QStringLiteral("NO"); }
 
-    // Typed accessors of the known keys.
+    // Typed accessors of the known keys. A stored value outside what the key allows reads as the
+    // default and is reported once as a warning.
     int StatusBoxLocation() const;
     void SetStatusBoxLocation(int area);
     QString MainTheme() const;
@@ -66,6 +73,8 @@ public:
     /// The node test page's radio fields; a missing or non-numeric value reads as its default.
     TRadioTestSettings RadioTest() const;
     void SetRadioTest(const TRadioTestSettings& radio);
+    /// "HCI-Parameter"/"DiscoveryBaudrates": the baud rates discovery tries, as decimal texts.
+    QStringList DiscoveryBaudrates() const;
 
     /// Date format of shown time stamps ("Formats"/"ISOFormat"); cached, refreshed by LoadSpecialSwitches.
     bool IsoFormat() const { return m_isoFormat; }
@@ -88,9 +97,21 @@ public:
     void ReloadLocations();
     /// Why the last write did not reach the file ("error - ..."); empty after a successful write.
     QString ErrorText() const { return m_errorText; }
+    /// How often the file has been parsed in this process.
+    int Parses() const { return m_parses; }
+    /// Where warnings about invalid stored values go (the status log installs itself); warnings
+    /// given before there is a sink wait for it.
+    void SetWarningSink(std::function<void(const QString&)> sink);
 
 private:
     TSettings();
+    ~TSettings();
+    /// The parsed file, parsed again when it changed on disk since it was last read or written.
+    QSettings& File() const;
+    void RememberFileState() const;
+    /// The stored value, or the default with a warning (once per key) when it is not allowed.
+    QString Checked(const char* group, const char* key, const QString& value) const;
+    void Warn(const QString& text) const;
     /// Reads a key of the default table as text, as boolean, or as a number (a non-number gives the default).
     QString TableValue(const char* group, const char* key) const;
     bool TableBool(const char* group, const char* key) const;
@@ -103,6 +124,13 @@ private:
     QString m_settingsFile;
     QString m_endDeviceFile;
     QString m_errorText;
+    mutable std::unique_ptr<QSettings> m_file;
+    mutable qint64 m_fileSize = -1;
+    mutable QDateTime m_fileTime;
+    mutable int m_parses = 0;
+    mutable QSet<QString> m_warned;
+    mutable QStringList m_pendingWarnings;
+    std::function<void(const QString&)> m_warningSink;
     bool m_developerMode = false;
     QStringList m_specialFeatures;
     bool m_isoFormat = true;

@@ -6,7 +6,17 @@
 
 TStatusLog& TStatusLog::Instance()
 {
-    static TStatusLog* log = new TStatusLog;   // kept until exit: every part may write while shutting down
+    static TStatusLog* log = [] {
+        auto* created = new TStatusLog;   // kept until exit: every part may write while shutting down
+        // Settings warnings found before the event loop runs wait until the windows that show them exist.
+        QMetaObject::invokeMethod(
+            created,
+            [created] {
+                TSettings::Instance().SetWarningSink([created](const QString& text) { created->AddStatusMessage(QStringLiteral("Settings"), text); });
+            },
+            Qt::QueuedConnection);
+        return created;
+    }();
     return *log;
 }
 

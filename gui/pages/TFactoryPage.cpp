@@ -6,6 +6,7 @@
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
 #include "sap/ProductionSupportLayouts.h"
+#include "sap/TFieldLayout.h"
 
 namespace P = ProductionSupportLayouts;
 
@@ -22,7 +23,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
     m_id = &AddGroup(QStringLiteral("Device ID"),
                      {QStringLiteral("GuiName:Device ID;GuiType:LineEdit;Key:DeviceID;Value:0x00000000;") + QLatin1String(kHex32)});
     AddButton(QStringLiteral("Set Device ID"), QStringLiteral("set the device ID"),
-              [this] { RunSetCommand(QStringLiteral("PTS/SetDeviceID"), *m_id, ParameterNames(P::kDeviceID)); });
+              [this] { RunSetCommand(QStringLiteral("PTS/SetDeviceID"), *m_id, TFieldLayout::ParameterNames(P::kDeviceID)); });
 
     AddGroup(QStringLiteral("Factory Settings"), {});
     AddConfirmedButton(QStringLiteral("Factory Reset"), QStringLiteral("restore the factory settings"),
@@ -36,17 +37,17 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
     TGuiItemList& offset = AddGroup(QStringLiteral("Frequency Offset"),
                                     {QStringLiteral("GuiName:Frequency Offset;GuiType:LineEdit;Key:FrequencyOffset;Value:0;MinValue:-32768;MaxValue:32767;Unit:Hz")});
     AddButton(QStringLiteral("Set Frequency Offset"), QStringLiteral("set the crystal frequency offset"),
-              [this, &offset] { RunSetCommand(QStringLiteral("PTS/SetFrequencyOffset"), offset, ParameterNames(P::kFrequencyOffset)); });
+              [this, &offset] { RunSetCommand(QStringLiteral("PTS/SetFrequencyOffset"), offset, TFieldLayout::ParameterNames(P::kFrequencyOffset)); });
 
     TGuiItemList& calibration = AddGroup(
         QStringLiteral("Calibration Value"),
         {QStringLiteral("GuiName:Calibration ID;GuiType:LineEdit;Key:CalibrationID;Value:1;MinValue:0;MaxValue:65535"),
          QStringLiteral("GuiName:Calibration Value;GuiType:LineEdit;Key:CalibrationValue;Value:n.a.;MinValue:-32768;MaxValue:32767")});
     AddButton(QStringLiteral("Get Calibration Value"), QStringLiteral("read the calibration value"), [this, &calibration] {
-        RunSetCommand(QStringLiteral("PTS/GetCalibrationValue"), calibration, ParameterNames(P::kCalibrationID));
+        RunSetCommand(QStringLiteral("PTS/GetCalibrationValue"), calibration, TFieldLayout::ParameterNames(P::kCalibrationID));
     });
     AddButton(QStringLiteral("Set Calibration Value"), QStringLiteral("write the calibration value"), [this, &calibration] {
-        RunSetCommand(QStringLiteral("PTS/SetCalibrationValue"), calibration, ParameterNames(P::kCalibrationValue));
+        RunSetCommand(QStringLiteral("PTS/SetCalibrationValue"), calibration, TFieldLayout::ParameterNames(P::kCalibrationValue));
     });
     AddNote(QStringLiteral("Calibration IDs: 1 crystal frequency offset (Hz), 2 RSSI offset (dB), 3 transmit power offset (0.1 dB), "
                            "4 temperature sensor offset (0.1 °C)."));
@@ -56,7 +57,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
         {QStringLiteral("GuiName:Measurement ID;GuiType:LineEdit;Key:MeasurementID;Value:1;MinValue:0;MaxValue:65535"),
          QStringLiteral("GuiName:Measurement Value;GuiType:LineEdit;Key:MeasurementValue;Value:n.a.;GuiFlags:RO")});
     AddButton(QStringLiteral("Get Measurement Value"), QStringLiteral("read the measurement"), [this, &measurement] {
-        RunSetCommand(QStringLiteral("PTS/GetMeasurementValue"), measurement, ParameterNames(P::kMeasurementID));
+        RunSetCommand(QStringLiteral("PTS/GetMeasurementValue"), measurement, TFieldLayout::ParameterNames(P::kMeasurementID));
     });
     AddNote(QStringLiteral("Measurement IDs: 1 supply voltage (mV), 2 temperature (0.1 °C), 3 RSSI on the test frequency "
                            "(dBm, during the receive test), 4 levels of the GPIO test pins (bit n = pin n)."));
@@ -69,7 +70,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
          QStringLiteral("GuiName:Prescaler;GuiType:ComboBox;Key:Prescaler;Value:n.a.;GuiFlags:IdList;ValueList:1:1,2:2,4:4,8:8,16:16"),
          QStringLiteral("GuiName:Duration;GuiType:LineEdit;Key:Duration;Value:0;MinValue:0;MaxValue:65535;Unit:s")});
     AddButton(QStringLiteral("Set Clock Output"), QStringLiteral("set the clock output"),
-              [this, &clock] { RunSetCommand(QStringLiteral("PTS/SetClockOutput"), clock, ParameterNames(P::kClockOutput)); });
+              [this, &clock] { RunSetCommand(QStringLiteral("PTS/SetClockOutput"), clock, TFieldLayout::ParameterNames(P::kClockOutput)); });
     AddNote(QStringLiteral("A duration of 0 s keeps the clock output on until it is switched off."));
 
     m_gpio = &AddGroup(QStringLiteral("GPIO Ports"),
@@ -77,7 +78,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
                         QStringLiteral("GuiName:Output Levels;GuiType:LineEdit;Key:OutputLevels;Value:0x0000;") + QLatin1String(kHex16),
                         QStringLiteral("GuiName:Pin Levels;GuiType:LineEdit;Value:n.a.;GuiFlags:RO")});
     AddButton(QStringLiteral("Set GPIO Ports"), QStringLiteral("drive the GPIO test pins"),
-              [this] { RunSetCommand(QStringLiteral("PTS/SetGPIOPorts"), *m_gpio, ParameterNames(P::kGPIOPorts)); });
+              [this] { RunSetCommand(QStringLiteral("PTS/SetGPIOPorts"), *m_gpio, TFieldLayout::ParameterNames(P::kGPIOPorts)); });
     AddButton(QStringLiteral("Read Pin Levels"), QStringLiteral("read the levels of the GPIO test pins"), [this] { ReadPinLevels(); });
     Finish();
 

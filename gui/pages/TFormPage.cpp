@@ -138,16 +138,7 @@ void TFormPage::Finish()
     m_body->addStretch(1);
 }
 
-QStringList TFormPage::ParameterNames(const TFieldLayoutEntry* layout)
-{
-    QStringList names;
-    for (; layout && layout->name; ++layout) {
-        const QString name = TFieldLayout::FieldName(layout->name);
-        if (name != QLatin1String("Reserved") && !names.contains(name))
-            names << name;
-    }
-    return names;
-}
+
 
 bool TFormPage::RunGet()
 {

@@ -39,9 +39,6 @@ public:
     QPushButton* Button(const QString& text) const;
     QList<QPushButton*> Buttons() const { return m_buttonList; }
     QScrollArea* ScrollArea() const { return m_scroll; }
-    /// The parameter names of a command whose payload has this layout: its fields without "Reserved"
-    /// (what a page sends, so that a display-only row never becomes a parameter).
-    static QStringList ParameterNames(const TFieldLayoutEntry* layout);
     /// Clicks "Get" when the page has one; otherwise refreshes the page.
     bool RunGet() override;
 

@@ -15,6 +15,7 @@
 #include "settings/TRadioTestSettings.h"
 #include "settings/TSettings.h"
 #include "status/TTableCtrl.h"
+#include "sap/TFieldLayout.h"
 
 namespace P = ProductionSupportLayouts;
 
@@ -189,7 +190,7 @@ void TNodeTestPage::ShowFrequency()
 void TNodeTestPage::SendRadio(const QString& command, const TFieldLayoutEntry* layout)
 {
     // Values the module is sent are kept for the next start, whatever it answers.
-    const QStringList keys = ParameterNames(layout);
+    const QStringList keys = TFieldLayout::ParameterNames(layout);
     if (!CheckInput(*m_radio, keys))
         return;
     Remember(keys);
@@ -253,7 +254,7 @@ void TNodeTestPage::StartRun()
 {
     if (m_running)
         return;
-    const QStringList keys = ParameterNames(P::kTestMessage);
+    const QStringList keys = TFieldLayout::ParameterNames(P::kTestMessage);
     if (!CheckInput(*m_radio, keys) || !CheckInput(*m_runRows))
         return;
     const TKeyValueList run = m_runRows->ReadKeyValues();
@@ -296,7 +297,7 @@ void TNodeTestPage::RunNext()
     // Each message is one action of the page: refused or failed, it counts as a failure of the run.
     m_sendStarted.start();
     const bool sent = RunAction(nullptr, QStringLiteral("send test message %1 of %2").arg(m_run.done + 1).arg(m_run.total), [this] {
-        RunSetCommand(QStringLiteral("PTS/SendTestMessage"), *m_radio, ParameterNames(P::kTestMessage));
+        RunSetCommand(QStringLiteral("PTS/SendTestMessage"), *m_radio, TFieldLayout::ParameterNames(P::kTestMessage));
     });
     ++m_run.done;
     if (sent) {

@@ -1,9 +1,13 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QtTest>
 
+#include <unistd.h>
+
 #include "CliProcess.h"
+#include "SimPort.h"
 #include "TestEnvironment.h"
 #include "sap/LoRaWANLayouts.h"
 #include "sap/TVeltoLRLoRaWAN.h"
@@ -14,102 +18,249 @@
 #include "tools/sim/TSimStm32Bootloader.h"
 
 using CliProcess::Cli;
+using CliProcess::Finish;
 using CliProcess::Run;
+using CliProcess::Start;
+
+namespace {
+/// Requests of one service the module has received.
+int RequestsOf(const QSignalSpy& requests, quint8 sapId)
+{
+    int count = 0;
+    for (const QList<QVariant>& request : requests)
+        count += request.at(0).value<quint8>() == sapId ? 1 : 0;
+    return count;
+}
+}
 
 class TestCli : public QObject
 {
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
 private slots:
     void init()
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
     }
     void cleanup() { m_sim.reset(); }
 
     void exec_textAndJson()
     {
-        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetDeviceInfo")});
-        QCOMPARE(run.exitCode, 0);
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetDeviceInfo")});
+        CHECK_EXIT(run, 0);
         QCOMPARE(run.out, QStringLiteral("DeviceType: Velto LR USB Stick\nDeviceAddress: 26011F3A\nDeviceID: 0042A1C7\n"));
 
-        run = Cli({QStringLiteral("--json"), QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetFirmwareInfo"), QStringLiteral("--port"), m_sim->PortName()});
-        QCOMPARE(run.exitCode, 0);
+        run = Cli({QStringLiteral("--json"), QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetFirmwareInfo"), QStringLiteral("--port"), m_port});
+        CHECK_EXIT(run, 0);
         const QJsonArray pairs = QJsonDocument::fromJson(run.out.toUtf8()).array();
         QVERIFY(!pairs.isEmpty());
         QCOMPARE(pairs.at(0).toArray(), (QJsonArray{QStringLiteral("FWVersion"), QStringLiteral("V2.4")}));
         QVERIFY(pairs.contains(QJsonArray{QStringLiteral("FWName"), QStringLiteral("Velto_LoRaWAN")}));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"),
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/SetRTC"),
                    QStringLiteral("DateTime=2031-02-03 04:05:06")});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         // Opening a module sets its clock (as the studio does), so the set time is checked on the module itself.
         const QDateTime moduleTime = static_cast<TSimDeviceMgmt*>(m_sim->Service(TSimDeviceMgmt::kSapId))->Now();
         QVERIFY2(qAbs(moduleTime.secsTo(QDateTime(QDate(2031, 2, 3), QTime(4, 5, 6)))) < 5, qPrintable(moduleTime.toString()));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
-        QCOMPARE(run.exitCode, 0);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
+        CHECK_EXIT(run, 0);
         QVERIFY2(run.out.startsWith(QStringLiteral("DateTime: ") + QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd"))), qPrintable(run.out));
     }
 
     void exec_failuresAndExitCodes()
     {
         m_sim->ForceStatus(0x01, 0x0F, 0x03);
-        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
-        QCOMPARE(run.exitCode, 1);
+        Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
+        CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("DeviceMgmt/GetRTC: wrong parameter\n"));
         QVERIFY(run.out.isEmpty());
         m_sim->ClearForcedStatus();
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/Fly")});
-        QCOMPARE(run.exitCode, 1);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/Fly")});
+        CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("DeviceMgmt/Fly: error - command not found : Fly\n"));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("Nope/Fly")});
-        QCOMPARE(run.exitCode, 1);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("Nope/Fly")});
+        CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("Nope/Fly: error - SAP not known: Nope/Fly\n"));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("DeviceMgmt/GetRTC")});
-        QCOMPARE(run.exitCode, 3);
-        QVERIFY(run.err.startsWith(QStringLiteral("error - ")));
 
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
-        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/SetRTC"), QStringLiteral("DateTime")});
+        CHECK_EXIT(run, 2);
         QVERIFY(run.err.contains(QStringLiteral("\"DateTime\" is not Key=Value")));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("LoRaWAN/SendUData"),
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("LoRaWAN/SendUData"),
                    QStringLiteral("LoRaPort=0x0A"), QStringLiteral("Payload=01 0G")});
-        QCOMPARE(run.exitCode, 1);
+        CHECK_EXIT(run, 1);
         QCOMPARE(run.err, QStringLiteral("LoRaWAN/SendUData: error - invalid hex byte list for Payload: \"01 0G\"\n"));
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("GetRTC")});
-        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("GetRTC")});
+        CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("exec"), QStringLiteral("DeviceMgmt/GetRTC")});
-        QCOMPARE(run.exitCode, 2);
+        CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("fly")});
-        QCOMPARE(run.exitCode, 2);
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--baud"), QStringLiteral("1234"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")});
-        QCOMPARE(run.exitCode, 2);
+        CHECK_EXIT(run, 2);
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--baud"), QStringLiteral("1234"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetRTC")});
+        CHECK_EXIT(run, 2);
         run = Cli({QStringLiteral("--version")});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         QVERIFY(run.out.startsWith(QStringLiteral("tessera-cli ")));
     }
 
-    void noModule_exit3()
+    void exec_parameterNamesAreChecked_nothingSent()
     {
-        m_sim->SetFault(TSimModule::FaultNoAnswer);
-        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetRTC")}, 60000);
-        QCOMPARE(run.exitCode, 3);
-        QVERIFY2(run.err.startsWith(QStringLiteral("error - no module answers on ")), qPrintable(run.err));
+        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
+        const QStringList config{QStringLiteral("DataRate=3"), QStringLiteral("PowerLevel=14"), QStringLiteral("Options=0"),
+                                 QStringLiteral("AutoPowerSaving=0"), QStringLiteral("BandID=1"), QStringLiteral("HeaderMacCmdCap=0")};
+        const QStringList exec{QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("LoRaWAN/SetNodeConfig")};
+        Run run = Cli(exec + config + QStringList{QStringLiteral("Retransmisions=1")});
+        CHECK_EXIT(run, 1);
+        QCOMPARE(run.err, QStringLiteral("LoRaWAN/SetNodeConfig: error - unknown parameter \"Retransmisions\" of SetNodeConfig; valid parameters: "
+                                         "DataRate, PowerLevel, Options, AutoPowerSaving, Retransmissions, BandID, HeaderMacCmdCap, "
+                                         "SubBandMask1, SubBandMask2, SubBandMask3\n"));
+        run = Cli(exec + config + QStringList{QStringLiteral("Retransmissions=1"), QStringLiteral("DataRate=5")});
+        CHECK_EXIT(run, 1);
+        QCOMPARE(run.err, QStringLiteral("LoRaWAN/SetNodeConfig: error - parameter \"DataRate\" given more than once\n"));
+        QCOMPARE(RequestsOf(requests, 0x10), 0);
+
+        run = Cli(exec + config + QStringList{QStringLiteral("Retransmissions=2")});
+        CHECK_EXIT(run, 0);
+        QCOMPARE(RequestsOf(requests, 0x10), 1);
+        QCOMPARE(requests.last().at(2).toByteArray(), QByteArray::fromHex("030E0000020100"));
     }
 
-    void monitor_printsEvents()
+    void exec_onlyTheCommandTableIsReachable()
     {
-        QTimer::singleShot(1500, this, [this] { m_sim->SendPowerUpEvent(); });
-        Run run = Cli({QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("3")});
-        QCOMPARE(run.exitCode, 0);
+        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
+        for (const char* method : {"deleteLater", "SetProductionMode", "EvDeviceMgmt_ConfigChanged", "destroyed"}) {
+            const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/") + QLatin1String(method)});
+            CHECK_EXIT(run, 1);
+            QCOMPARE(run.err, QStringLiteral("DeviceMgmt/%1: error - command not found : %1\n").arg(QLatin1String(method)));
+            QVERIFY(run.out.isEmpty());
+        }
+        // The production mode request (MsgID 0x09) never left: only the opening requests did.
+        for (const QList<QVariant>& request : qAsConst(requests))
+            QVERIFY(request.at(1).value<quint8>() != 0x09);
+    }
+
+    void portErrors_sayWhatTheSystemSaid_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("missing path") << "missing" << "No such file or directory\n";
+        QTest::newRow("directory") << "directory" << "Is a directory\n";
+        QTest::newRow("/dev/null") << "null" << "not a serial port (a character device that is no terminal)\n";
+        QTest::newRow("regular file") << "file" << "not a serial port (a regular file)\n";
+        QTest::newRow("permission denied") << "denied"
+                                           << "Permission denied\ninfo - join the group dialout (sudo usermod -aG dialout $USER, then log in "
+                                              "again) or install a udev rule that gives you the port\n";
+    }
+    void portErrors_sayWhatTheSystemSaid()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        QString port = dir.filePath(QStringLiteral("port"));
+        QProcess process;
+        if (kind == QLatin1String("directory"))
+            QVERIFY(QDir().mkdir(port));
+        if (kind == QLatin1String("file")) {
+            QFile file(port);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("notes");
+        }
+        if (kind == QLatin1String("null"))
+            port = QStringLiteral("/dev/null");
+        if (kind == QLatin1String("denied")) {
+            port = m_port;
+            if (::geteuid() == 0) {
+                // Root opens any port: the tool runs as nobody, with a home it may use.
+                QTemporaryDir home;
+                QFile::setPermissions(home.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadOther
+                                                       | QFileDevice::WriteOther | QFileDevice::ExeOther);
+                QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+                for (const char* variable : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"})
+                    env.insert(QLatin1String(variable), home.path());
+                env.remove(QStringLiteral("XDG_RUNTIME_DIR"));
+                process.setProcessEnvironment(env);
+                process.setProgram(QStringLiteral("setpriv"));
+                process.setArguments({QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups"), QStringLiteral("--"),
+                                      QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"), QStringLiteral("exec"), QStringLiteral("--port"), port,
+                                      QStringLiteral("DeviceMgmt/GetRTC")});
+                process.start();
+                const Run run = Finish(process);
+                CHECK_EXIT(run, 3);
+                QCOMPARE(run.err, QStringLiteral("error - couldn't open port %1: ").arg(port) + reason);
+                return;
+            }
+            QVERIFY(QFile::setPermissions(port, QFileDevice::Permissions()));
+        }
+        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), port, QStringLiteral("DeviceMgmt/GetRTC")});
+        if (kind == QLatin1String("denied"))
+            QFile::setPermissions(port, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::WriteGroup);
+        CHECK_EXIT(run, 3);
+        QCOMPARE(run.err, QStringLiteral("error - couldn't open port %1: ").arg(port) + reason);
+        QVERIFY(run.out.isEmpty());
+        if (kind == QLatin1String("file")) {
+            QFile file(port);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.readAll(), QByteArray("notes"));
+        }
+    }
+
+    void silentModule_noModuleAnswers_exit3()
+    {
+        m_sim->SetFault(TSimModule::FaultNoAnswer);
+        // The requests are meant to go unanswered: a short time-out.
+        const Run run = Cli({QStringLiteral("exec"), QStringLiteral("--timeout"), QStringLiteral("300"), QStringLiteral("--port"), m_port,
+                             QStringLiteral("DeviceMgmt/GetRTC")});
+        CHECK_EXIT(run, 3);
+        QCOMPARE(run.err, QStringLiteral("error - no module answers on %1 (no response)\n").arg(m_port));
+    }
+
+    void monitor_printsEvents_endsWhenThePortVanishes()
+    {
+        // Opening a module ends with setting its clock: from then on the monitor listens.
+        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
+        auto clockSet = [&requests] {
+            for (const QList<QVariant>& request : qAsConst(requests))
+                if (request.at(0).value<quint8>() == 0x01 && request.at(1).value<quint8>() == 0x0D)
+                    return true;
+            return false;
+        };
+        QProcess monitor;
+        Start(monitor, {QStringLiteral("monitor"), QStringLiteral("--port"), m_port, QStringLiteral("--seconds"), QStringLiteral("2")});
+        QTRY_VERIFY_WITH_TIMEOUT(clockSet(), 30000);
+        m_sim->SendPowerUpEvent();
+        Run run = Finish(monitor);
+        CHECK_EXIT(run, 0);
         QVERIFY2(run.out.startsWith(QStringLiteral("HostTime: ")), qPrintable(run.out));
-        QVERIFY2(run.out.contains(QStringLiteral("; Port: ") + m_sim->PortName() + QStringLiteral("; EvType: Power-Up Event; FWVersion: V2.4;")), qPrintable(run.out));
+        QVERIFY2(run.out.contains(QStringLiteral("; Port: ") + m_port + QStringLiteral("; EvType: Power-Up Event; FWVersion: V2.4;")), qPrintable(run.out));
         QCOMPARE(run.out.count(QLatin1Char('\n')), 1);
+
+        // Without --seconds it would run for ever; the module going away ends it.
+        requests.clear();
+        QProcess endless;
+        Start(endless, {QStringLiteral("monitor"), QStringLiteral("--port"), m_port});
+        QTRY_VERIFY_WITH_TIMEOUT(clockSet(), 30000);
+        const QString port = m_port;
+        m_sim.reset();
+        run = Finish(endless);
+        CHECK_EXIT(run, 3);
+        QCOMPARE(run.err, QStringLiteral("error - module disconnected: port %1 is gone\n").arg(port));
+        QVERIFY(run.out.isEmpty());
+    }
+
+    void discover_unopenablePort_saysWhyAndExits3()
+    {
+        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("--port"),
+                             m_port, QStringLiteral("--seconds"), QStringLiteral("1")});
+        CHECK_EXIT(run, 3);
+        QCOMPARE(run.err, QStringLiteral("error - couldn't open port /dev/tessera-no-such-port: No such file or directory\n"));
+        QVERIFY2(run.out.startsWith(QStringLiteral("Port: ") + m_port + QStringLiteral("; ")), qPrintable(run.out));
     }
 
     void discover_findsTwoModules()
@@ -117,19 +268,19 @@ private slots:
         TSimModule second;
         second.Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
         QVERIFY(second.Open());
-        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--port"), second.PortName(),
+        const Run run = Cli({QStringLiteral("discover"), QStringLiteral("--port"), m_port, QStringLiteral("--port"), NamedPort(second.Wire()),
                              QStringLiteral("--seconds"), QStringLiteral("1")});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 2);
-        QVERIFY(lines.at(0).startsWith(QStringLiteral("Port: ") + m_sim->PortName() + QStringLiteral("; Baudrate: ")));
+        QVERIFY(lines.at(0).startsWith(QStringLiteral("Port: ") + m_port + QStringLiteral("; Baudrate: ")));
         QVERIFY(lines.at(1).contains(QStringLiteral("FWName: Caravel_LoRaWAN")));
     }
 
     void commands_listEveryService()
     {
         const Run run = Cli({QStringLiteral("commands")});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QVERIFY(lines.contains(QStringLiteral("DeviceMgmt/GetDeviceInfo\tGet Device Info")));
         QVERIFY(lines.contains(QStringLiteral("LoRaWAN/GetDevNonce\tGet DevNonce")));
@@ -140,7 +291,7 @@ private slots:
     void lorawan_everyPageCommandRunsAsExec()
     {
         // The opened module offers every LoRaWAN command with the service's own description.
-        Run run = Cli({QStringLiteral("commands"), QStringLiteral("--port"), m_sim->PortName()});
+        Run run = Cli({QStringLiteral("commands"), QStringLiteral("--port"), m_port});
         QCOMPARE(run.exitCode, 0);
         const QStringList lines = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         TVeltoLRLoRaWAN service;
@@ -149,7 +300,7 @@ private slots:
         for (const QString& name : names)
             QVERIFY2(lines.contains(QStringLiteral("LoRaWAN/") + name + QLatin1Char('\t') + service.CommandDescription(name)), qPrintable(name));
 
-        const QString port = m_sim->PortName();
+        const QString port = m_port;
         auto exec = [&port](const QStringList& command) { return Cli(QStringList{QStringLiteral("exec"), QStringLiteral("--port"), port} + command); };
         run = exec({QStringLiteral("LoRaWAN/SetNodeConfig"), QStringLiteral("DataRate=3"), QStringLiteral("PowerLevel=10"), QStringLiteral("Options=0x81"),
                     QStringLiteral("AutoPowerSaving=0"), QStringLiteral("Retransmissions=3"), QStringLiteral("BandID=2"), QStringLiteral("HeaderMacCmdCap=1"),
@@ -188,7 +339,7 @@ private slots:
         QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
         QProcess monitor;
         monitor.start(QStringLiteral(TESSERA_BIN_DIR "/tessera-cli"),
-                      {QStringLiteral("monitor"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--seconds"), QStringLiteral("60")});
+                      {QStringLiteral("monitor"), QStringLiteral("--port"), m_port, QStringLiteral("--seconds"), QStringLiteral("60")});
         // Opening ends with the clock sync; what the module sends after it reaches the monitor.
         auto clockSynced = [&requests] {
             for (const QList<QVariant>& request : requests)
@@ -207,7 +358,7 @@ private slots:
         monitor.terminate();
         QVERIFY(monitor.waitForFinished(10000));
 
-        const QString prefix = QStringLiteral("; Port: ") + m_sim->PortName() + QStringLiteral("; ");
+        const QString prefix = QStringLiteral("; Port: ") + m_port + QStringLiteral("; ");
         QStringList events;
         for (const QString& line : out.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
             QVERIFY2(line.startsWith(QStringLiteral("HostTime: ")) && line.contains(prefix), qPrintable(line));
@@ -242,23 +393,23 @@ private slots:
             QSKIP("srec_cat is not available");
 
         Run run = Cli({QStringLiteral("hex"), hexPath});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         QCOMPARE(run.out, QStringLiteral("Valid: yes\nLowest: 0x00000000\nHighest: 0x00000BB7\nBase: 0x08000000\n"));
-        QCOMPARE(Cli({QStringLiteral("hex"), dir.filePath(QStringLiteral("missing.hex"))}).exitCode, 1);
+        CHECK_EXIT(Cli({QStringLiteral("hex"), dir.filePath(QStringLiteral("missing.hex"))}), 1);
 
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath,
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), hexPath,
                    QStringLiteral("--via-hci"), QStringLiteral("--verify")}, 60000);
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         QCOMPARE(run.out, QStringLiteral("Success\ninfo - the module runs Velto_LoRaWAN V3.1 build 140\n"));
         QCOMPARE(m_sim->Bootloader().Flash().left(image.size()), image);
         QVERIFY(!m_sim->InBootloader());
-        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("DeviceMgmt/GetFirmwareInfo")});
+        run = Cli({QStringLiteral("exec"), QStringLiteral("--port"), m_port, QStringLiteral("DeviceMgmt/GetFirmwareInfo")});
         QVERIFY2(run.out.startsWith(QStringLiteral("FWVersion: V3.1\nBuildCount: 140\n")), qPrintable(run.out));
 
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), dir.filePath(QStringLiteral("none.hex"))});
-        QCOMPARE(run.exitCode, 2);
-        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_sim->PortName(), QStringLiteral("--image"), hexPath, QStringLiteral("--pins"), QStringLiteral("up")});
-        QCOMPARE(run.exitCode, 2);
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), dir.filePath(QStringLiteral("none.hex"))});
+        CHECK_EXIT(run, 2);
+        run = Cli({QStringLiteral("flash"), QStringLiteral("--port"), m_port, QStringLiteral("--image"), hexPath, QStringLiteral("--pins"), QStringLiteral("up")});
+        CHECK_EXIT(run, 2);
     }
 
     void regtable_againstTheDataSheets()
@@ -278,12 +429,12 @@ private slots:
 
         const Run run = Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("sx1276"), QStringLiteral("--freq"),
                              QStringLiteral("868100000"), QStringLiteral("--freq"), QStringLiteral("868300000")});
-        QCOMPARE(run.exitCode, 0);
+        CHECK_EXIT(run, 0);
         QVERIFY(run.out.contains(QStringLiteral("static const uint8_t SX1276_Frequency[2][3] = {")));
         QVERIFY(run.out.contains(QStringLiteral("{ 0xD9, 0x06, 0x66 }, /* 868100000 Hz -> 868099975.586 Hz */")));
-        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX9999"), QStringLiteral("--freq"), QStringLiteral("1")}).exitCode, 2);
-        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("abc")}).exitCode, 2);
-        QCOMPARE(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("2e9")}).exitCode, 1);
+        CHECK_EXIT(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX9999"), QStringLiteral("--freq"), QStringLiteral("1")}), 2);
+        CHECK_EXIT(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("abc")}), 2);
+        CHECK_EXIT(Cli({QStringLiteral("regtable"), QStringLiteral("--chip"), QStringLiteral("SX1276"), QStringLiteral("--freq"), QStringLiteral("2e9")}), 1);
     }
 };
 

@@ -2,10 +2,12 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TControllerFactory.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
+#include "sap/TVeltoLRDeviceMgmt.h"
 #include "status/TStatusLog.h"
 #include "tools/sim/TSimModule.h"
 
@@ -32,17 +34,15 @@ class TestController : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
 private slots:
-    void initTestCase()
-    {
-        TVeltoLRHCI::SetDefaultResponseTimeout(300);
-        TControllerPrototypes::RegisterAll();
-    }
+    void initTestCase() { TControllerPrototypes::RegisterAll(); }
     void init()
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
     }
     void cleanup() { m_sim.reset(); }
 
@@ -69,12 +69,12 @@ private slots:
     void probe_readsTheDeviceInformation()
     {
         TRadioController probe;
-        QVERIFY(probe.ProbeOpen(m_sim->PortName()));
+        QVERIFY(probe.ProbeOpen(m_port));
         QVERIFY(!probe.Link()->IsOpen());
         const TKeyValueList& info = probe.DeviceInfo();
         // A new probe starts at the fastest enabled discovery rate; a pseudo-terminal answers at any rate.
         QCOMPARE(info.at(0), qMakePair(QStringLiteral("Baudrate"), QStringLiteral("115200 bps")));
-        QCOMPARE(info.Value("Port"), m_sim->PortName());
+        QCOMPARE(info.Value("Port"), m_port);
         QCOMPARE(info.Value("FWName"), QStringLiteral("Velto_LoRaWAN"));
         QCOMPARE(info.Value("FWVersion"), QStringLiteral("V2.4"));
         QCOMPARE(info.Value("DeviceAddress"), QStringLiteral("26011F3A"));
@@ -104,7 +104,7 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QString, error);
         TRadioController controller;
-        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(controller.Open(m_port, QStringLiteral("115200")));
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
         TKeyValueList result;
         QVERIFY(!controller.Execute(command, result));
@@ -118,8 +118,8 @@ private slots:
     void execute_successAndStatusTexts()
     {
         TLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
-        QCOMPARE(node.DisplayName(), m_sim->PortName() + QStringLiteral(":LoRaWANEndNode"));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
+        QCOMPARE(node.DisplayName(), m_port + QStringLiteral(":LoRaWANEndNode"));
         QVERIFY(node.HasFeature(QStringLiteral("LoRaWANDeviceMgmt")));
         QCOMPARE(node.SAPNames(), (QStringList{"DeviceMgmt", "LoRaWAN", "PTS", "SensorApp", "VTTrace"}));
 
@@ -148,7 +148,7 @@ private slots:
     void execute_parametersReachTheService()
     {
         TLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
         TKeyValueList params;
         params.Append(QStringLiteral("DateTime"), QStringLiteral("2030-06-15 08:09:10"));
         QVERIFY2(node.Execute(QStringLiteral("DeviceMgmt/SetRTC"), qAsConst(params)), qPrintable(node.LastError()));
@@ -160,11 +160,60 @@ private slots:
         QVERIFY2(result.Value("DateTime").startsWith(QStringLiteral("2030-06-15 08:09:1")), qPrintable(result.Value("DateTime")));
     }
 
+    void execute_onlyTableCommandsWithTheirParameterNames_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<TKeyValueList>("params");
+        QTest::addColumn<QString>("error");
+        auto params = [](std::initializer_list<std::pair<const char*, const char*>> items) {
+            TKeyValueList list;
+            for (const auto& item : items)
+                list.Append(QLatin1String(item.first), QLatin1String(item.second));
+            return list;
+        };
+        QTest::newRow("QObject method") << "DeviceMgmt/deleteLater" << TKeyValueList() << "error - command not found : deleteLater";
+        QTest::newRow("slot outside the table") << "DeviceMgmt/SetProductionMode" << TKeyValueList() << "error - command not found : SetProductionMode";
+        QTest::newRow("signal") << "DeviceMgmt/EvDeviceMgmt_ConfigChanged" << TKeyValueList() << "error - command not found : EvDeviceMgmt_ConfigChanged";
+        QTest::newRow("QObject method with parameters") << "LoRaWAN/setObjectName" << params({{"name", "x"}}) << "error - command not found : setObjectName";
+        QTest::newRow("misspelled name") << "LoRaWAN/SetNodeConfig"
+                                         << params({{"DataRate", "3"}, {"PowerLevel", "14"}, {"Options", "0"}, {"AutoPowerSaving", "0"},
+                                                    {"Retransmisions", "1"}, {"BandID", "1"}, {"HeaderMacCmdCap", "0"}})
+                                         << "error - unknown parameter \"Retransmisions\" of SetNodeConfig; valid parameters: DataRate, PowerLevel, "
+                                            "Options, AutoPowerSaving, Retransmissions, BandID, HeaderMacCmdCap, SubBandMask1, SubBandMask2, SubBandMask3";
+        QTest::newRow("repeated name") << "DeviceMgmt/SetRTC" << params({{"DateTime", "2030-06-15 08:09:10"}, {"DateTime", "2031-01-01 00:00:00"}})
+                                       << "error - parameter \"DateTime\" given more than once";
+        QTest::newRow("declared names") << "DeviceMgmt/SetRTCAlarm" << params({{"NewAlarm", "12:00:00"}, {"Option", "1"}})
+                                        << "error - unknown parameter \"Option\" of SetRTCAlarm; valid parameters: NewAlarm, Options";
+        QTest::newRow("name of another command") << "LoRaWAN/SendUData" << params({{"LoRaPort", "0x0A"}, {"Payload", "01"}, {"MACCmdID", "2"}})
+                                                 << "error - unknown parameter \"MACCmdID\" of SendUData; valid parameters: LoRaPort, Payload";
+    }
+    void execute_onlyTableCommandsWithTheirParameterNames()
+    {
+        QFETCH(QString, command);
+        QFETCH(TKeyValueList, params);
+        QFETCH(QString, error);
+        TLoRaWANEndNode node;
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
+        QPointer<TVeltoLRSAP> dm = node.SAP(QStringLiteral("DeviceMgmt"));
+        QSignalSpy changes(qobject_cast<TVeltoLRDeviceMgmt*>(dm.data()), &TVeltoLRDeviceMgmt::EvDeviceMgmt_ConfigChanged);
+        const quint32 sent = node.Link()->FramesSent();
+        TKeyValueList result;
+        QVERIFY(!node.ExecuteAny(command, params, result));
+        QCOMPARE(node.LastError(), error);
+        QVERIFY(!node.Execute(command, qAsConst(params)));
+        QCOMPARE(node.LastError(), error);
+        QCOMPARE(node.Link()->FramesSent(), sent);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(dm);
+        QCOMPARE(changes.count(), 0);
+        QVERIFY(node.SAP(QStringLiteral("LoRaWAN"))->objectName().isEmpty());
+    }
+
     void extendedNode_addsDataLink()
     {
         m_sim->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
         TExtLoRaWANEndNode node;
-        QVERIFY(node.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(node.Open(m_port, QStringLiteral("115200")));
         QCOMPARE(node.Features(), (QStringList{"LoRaWANDeviceMgmt", "OspreyDeviceMgmt", "DualRadioStack"}));
         QVERIFY(node.SAP(QStringLiteral("DataLink")));
         QVERIFY(node.ReadDeviceInfo());
@@ -174,7 +223,7 @@ private slots:
     void close_keepsOrDropsTheLink()
     {
         TRadioController controller;
-        QVERIFY(controller.Open(m_sim->PortName(), QStringLiteral("57600")));
+        QVERIFY(controller.Open(m_port, QStringLiteral("57600")));
         controller.SetPresence(1);
         controller.Close(false);
         QVERIFY(controller.Link());

@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TDiscoveryRates.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
@@ -86,7 +87,6 @@ private slots:
     void initTestCase()
     {
         qRegisterMetaType<TDeviceManager::DeviceState>();
-        TVeltoLRHCI::SetDefaultResponseTimeout(200);
         TControllerPrototypes::RegisterAll();
         m.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
         m_ports = new TTestPortSource;
@@ -98,6 +98,7 @@ private slots:
     {
         m.Stop();
         m_ports->ports = {};
+        TVeltoLRHCI::SetDefaultResponseTimeout(TVeltoLRHCI::kResponseTimeoutMs);
         m.ResetBlockedPorts(true);
         for (const QString& port : m.ExtraPorts())
             m.RemoveExtraPort(port);
@@ -117,25 +118,26 @@ private slots:
         QFETCH(QString, className);
         auto sim = StartSim(firmware);
         QVERIFY(sim);
+        const QString port = NamedPort(sim->Wire());
         QSignalSpy added(&m, &TDeviceManager::EvLocalDeviceAdded);
         QSignalSpy selected(&m, &TDeviceManager::EvDeviceSelectionChanged);
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
-        QVERIFY(m.AddExtraPort(sim->PortName()));
-        QVERIFY(!m.AddExtraPort(sim->PortName()));
+        QVERIFY(m.AddExtraPort(port));
+        QVERIFY(!m.AddExtraPort(port));
         m.DiscoveryTick();
         QCOMPARE(added.count(), 1);
-        QCOMPARE(added.at(0).at(0).toString(), sim->PortName());
+        QCOMPARE(added.at(0).at(0).toString(), port);
         QCOMPARE(selected.count(), 1);
-        TRadioController* device = m.DeviceByPort(sim->PortName());
+        TRadioController* device = m.DeviceByPort(port);
         QVERIFY(device);
         QCOMPARE(QString::fromLatin1(device->metaObject()->className()), className);
         QCOMPARE(m.SelectedDevice(), device);
         QVERIFY(device->Link()->IsOpen());
-        QCOMPARE(m.DeviceInfoByPort(sim->PortName()).Value("FWName"), firmware);
-        QVERIFY(StatusTexts(lines).contains(QStringLiteral("DeviceMgmt:new radio detected on: ") + sim->PortName()));
-        QCOMPARE(m.UsedPorts().first(), sim->PortName());
-        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Used").first(), sim->PortName());
-        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Extra"), QStringList{sim->PortName()});
+        QCOMPARE(m.DeviceInfoByPort(port).Value("FWName"), firmware);
+        QVERIFY(StatusTexts(lines).contains(QStringLiteral("DeviceMgmt:new radio detected on: ") + port));
+        QCOMPARE(m.UsedPorts().first(), port);
+        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Used").first(), port);
+        QCOMPARE(TSettings::Instance().ReadList("ComPorts", "Extra"), QStringList{port});
 
         TKeyValueList result;
         QVERIFY(device->Execute(QStringLiteral("DeviceMgmt/GetFirmwareInfo"), result));
@@ -188,7 +190,8 @@ private slots:
         });
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
         sim->SetFault(TSimModule::FaultNoAnswer);
-        const QString port = sim->PortName();
+        TVeltoLRHCI::SetDefaultResponseTimeout(200);   // these requests are meant to go unanswered
+        const QString port = NamedPort(sim->Wire());
         m.AddExtraPort(port);
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
         const QList<int> rates{460800, 57600, 9600, 460800, 57600, 9600, 460800, 57600, 9600, 460800};
@@ -213,10 +216,12 @@ private slots:
 
         // Blocked ports are left alone until their back-off has passed, and "Discover Devices" lets them
         // be probed again at once without disturbing the devices already found, then says what is there.
+        TVeltoLRHCI::SetDefaultResponseTimeout(TVeltoLRHCI::kResponseTimeoutMs);
         auto other = StartSim(QStringLiteral("Velto_LoRaWAN"));
-        m.AddExtraPort(other->PortName());
+        const QString otherPort = NamedPort(other->Wire());
+        m.AddExtraPort(otherPort);
         m.DiscoveryTick();
-        TRadioController* active = m.DeviceByPort(other->PortName());
+        TRadioController* active = m.DeviceByPort(otherPort);
         QVERIFY(active);
         QCOMPARE(sim->RequestsHandled(), quint32(2 * rates.size()));
         sim->SetFault(TSimModule::FaultNone);
@@ -224,9 +229,9 @@ private slots:
         QVERIFY(m.BlockedPorts().isEmpty());
         m.DiscoveryTick();
         QVERIFY(m.DeviceByPort(port));
-        QCOMPARE(m.DeviceByPort(other->PortName()), active);
+        QCOMPARE(m.DeviceByPort(otherPort), active);
         QCOMPARE(m.DeviceCount(), 2);
-        const QString found = QStringLiteral("info - discovery found 2 modules: %1 (Velto_LoRaWAN V2.4), %2 (Velto_LoRaWAN V2.4)").arg(other->PortName(), port);
+        const QString found = QStringLiteral("info - discovery found 2 modules: %1 (Velto_LoRaWAN V2.4), %2 (Velto_LoRaWAN V2.4)").arg(otherPort, port);
         QCOMPARE(summary.count(), 2);
         QCOMPARE(summary.at(1).at(0).toString(), found);
         QCOMPARE(m.DiscoverySummary(), found);
@@ -236,6 +241,7 @@ private slots:
     void hotplug_oneEnumerationPerBurstOfPortEvents_idleBetween()
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
+        const QString simPort = NamedPort(sim->Wire());
         QVERIFY(sim);
         QSignalSpy added(&m, &TDeviceManager::EvLocalDeviceAdded);
         QSignalSpy removed(&m, &TDeviceManager::EvLocalDeviceRemoved);
@@ -245,13 +251,13 @@ private slots:
         QTRY_VERIFY(!m.IsTicking());                          // ... then nothing ticks: no port, nothing to retry
 
         // A USB bridge appears; the system reports it in a burst: one enumeration finds the module.
-        m_ports->ports.present << sim->PortName();
-        m_ports->ports.devices << TPortSource::DevicePort(QStringLiteral("VID_0403&PID_6001\\SIM00001"), sim->PortName());
+        m_ports->ports.present << simPort;
+        m_ports->ports.devices << TPortSource::DevicePort(QStringLiteral("VID_0403&PID_6001\\SIM00001"), simPort);
         m_monitor->Report();
         m_monitor->Report();
         m_monitor->Report();
         QTRY_COMPARE(added.count(), 1);
-        QCOMPARE(added.at(0).at(0).toString(), sim->PortName());
+        QCOMPARE(added.at(0).at(0).toString(), simPort);
         QCOMPARE(m_ports->enumerations, before + 2);
         QTRY_VERIFY(!m.IsTicking());
 
@@ -273,9 +279,10 @@ private slots:
         const QString port = LinkedPort(*first, dir);
         QVERIFY(!port.isEmpty());
         auto other = StartSim(QStringLiteral("Velto_LoRaWAN"));
+        const QString otherPort = NamedPort(other->Wire());
         m.AddExtraPort(port);
         m.DiscoveryTick();
-        m.AddExtraPort(other->PortName());
+        m.AddExtraPort(otherPort);
         m.DiscoveryTick();
         QCOMPARE(m.DeviceCount(), 2);
         QCOMPARE(m.SelectedDevice(), m.DeviceByPort(port));
@@ -293,7 +300,7 @@ private slots:
         QCOMPARE(added.count(), 1);
         using S = TDeviceManager;
         QCOMPARE(StatesOf(states, port), (QList<S::DeviceState>{S::StateLost, S::StateNone, S::StateReconnecting, S::StateConnected}));
-        QVERIFY(StatesOf(states, other->PortName()).isEmpty());
+        QVERIFY(StatesOf(states, otherPort).isEmpty());
         QCOMPARE(m.StateOf(port), S::StateConnected);
 
         // Back before it was counted out: the old link died with its port, so the device is replaced.
@@ -372,11 +379,12 @@ private slots:
         const QString stale = QStringLiteral("/dev/pts/987654");   // a pseudo-terminal of an earlier run, long gone
         QVERIFY(!QFileInfo::exists(stale));
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
+        const QString simPort = NamedPort(sim->Wire());
         QSignalSpy lines(&TStatusLog::Instance(), &TStatusLog::EvLine);
         const QStringList refused{file, dir.path(), QStringLiteral("/dev/null")};
         for (const QString& path : refused + QStringList{stale})
             QVERIFY(m.AddExtraPort(path));
-        m.AddTemporaryPort(sim->PortName());
+        m.AddTemporaryPort(simPort);
         m.DiscoveryTick();
         m.DiscoveryTick();
         const QStringList texts = StatusTexts(lines);
@@ -397,19 +405,20 @@ private slots:
         QCOMPARE(stored, expected);
         QVERIFY(!m.ExtraPorts().contains(stale));
 
-        QVERIFY(m.DeviceByPort(sim->PortName()));
-        QVERIFY(!m.ExtraPorts().contains(sim->PortName()));
-        m.RemoveTemporaryPort(sim->PortName());
+        QVERIFY(m.DeviceByPort(simPort));
+        QVERIFY(!m.ExtraPorts().contains(simPort));
+        m.RemoveTemporaryPort(simPort);
     }
 
     void released_portLeftFreeUntilResumed_thenFoundAndSelectedAgain()
     {
         auto sim = StartSim(QStringLiteral("Velto_LoRaWAN"));
         auto other = StartSim(QStringLiteral("Velto_LoRaWAN"));
-        const QString port = sim->PortName();
+        const QString otherPort = NamedPort(other->Wire());
+        const QString port = NamedPort(sim->Wire());
         m.AddExtraPort(port);
         m.DiscoveryTick();
-        m.AddExtraPort(other->PortName());
+        m.AddExtraPort(otherPort);
         m.DiscoveryTick();
         QCOMPARE(m.SelectedDevice(), m.DeviceByPort(port));
         QSignalSpy states(&m, &TDeviceManager::EvDeviceStateChanged);
@@ -470,17 +479,19 @@ private slots:
     void sixteenModules_allFoundAndAnswering()
     {
         std::vector<std::unique_ptr<TSimModule>> sims;
+        QStringList ports;
         for (int i = 0; i < 16; ++i) {
             sims.push_back(StartSim(i % 2 ? QStringLiteral("Caravel_LoRaWAN") : QStringLiteral("Velto_LoRaWAN")));
             QVERIFY(sims.back());
             sims.back()->Identity().deviceId = quint32(0x1000 + i);
-            m.AddExtraPort(sims.back()->PortName());
+            ports << NamedPort(sims.back()->Wire());
+            m.AddExtraPort(ports.last());
         }
         QSignalSpy added(&m, &TDeviceManager::EvLocalDeviceAdded);
         m.DiscoveryTick();
         QCOMPARE(added.count(), 16);
         for (int i = 0; i < 16; ++i) {
-            TRadioController* device = m.DeviceByPort(sims[size_t(i)]->PortName());
+            TRadioController* device = m.DeviceByPort(ports.at(i));
             QVERIFY(device);
             TKeyValueList result;
             QVERIFY(device->Execute(QStringLiteral("DeviceMgmt/GetDeviceInfo"), result));

@@ -40,6 +40,17 @@ private slots:
         TDiscoveryRates::SaveLastBaudrate(QStringLiteral("57600 bps"));
         QCOMPARE(TDiscoveryRates::LoadLastBaudrate(), QStringLiteral("57600"));
     }
+
+    void invalidStoredList_discoversAtTheDefaultRates()
+    {
+        for (const QStringList& stored : {QStringList{"zz"}, QStringList{"115200", "12345"}}) {
+            TSettings::Instance().WriteList("HCI-Parameter", "DiscoveryBaudrates", stored);
+            TDiscoveryRates::Load();
+            QCOMPARE(TDiscoveryRates::Count(), 2);
+            QVERIFY(TDiscoveryRates::Flag(57600) && TDiscoveryRates::Flag(115200));
+            QCOMPARE(TSettings::Instance().ReadList("HCI-Parameter", "DiscoveryBaudrates"), (QStringList{"57600", "115200"}));
+        }
+    }
 };
 
 TESSERA_TEST_MAIN(TestDiscoveryRates)

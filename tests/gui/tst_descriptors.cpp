@@ -138,6 +138,7 @@ private slots:
             QStringLiteral("GuiName:AppEUI;GuiType:LineEdit;Key:AppEUI;Value:0x0102;GuiFlags:Checkable"),
             QStringLiteral("GuiName:ADR;GuiType:CheckBox;Key:ADR;Value:1;GuiFlags:Enabled"),
             QStringLiteral("GuiName:Class;GuiType:ComboBox;Key:Class;Value:C;ValueList:A,C;GuiFlags:Checkable"),
+            QStringLiteral("GuiName:Last Sync;GuiType:LineEdit;Key:TargetTime;Value:n.a.;GuiFlags:RO"),
         });
         auto* appEui = qobject_cast<QCheckBox*>(rows.items.Label(0));
         QVERIFY(appEui);
@@ -147,7 +148,8 @@ private slots:
         QVERIFY(rows.items.Editor(1)->isEnabled());
         appEui->setChecked(true);
         QCOMPARE(rows.items.ReadItems(), (QStringList{"Key:AppEUI;Value:0x0102", ";State:checked", "Key:ADR;Value:1",
-                                                      "Key:Class;Value:C", ";State:unchecked"}));
+                                                      "Key:Class;Value:C", ";State:unchecked", "Key:TargetTime;Value:n.a."}));
+        // A read-only row shows a result: it is no parameter of a set command.
         TKeyValueList expected;
         expected.Append("AppEUI", "0x0102");
         expected.Append("ADR", "1");

@@ -29,6 +29,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "app/TMainWindow.h"
 #include "devices/TDiscoveryRates.h"
 #include "devices/TDeviceManager.h"
@@ -76,7 +77,6 @@ class TestMainWindow : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase() { TVeltoLRHCI::SetDefaultResponseTimeout(500); }
     void cleanup()
     {
         // Each window starts as a first start: no saved layout, no remembered module.
@@ -167,11 +167,12 @@ private slots:
     {
         TSimModule sim;
         QVERIFY(sim.Open());
+        const QString port = NamedPort(sim.Wire());
         TMainWindow window;
         TDeviceManager& manager = TDeviceManager::Instance();
-        manager.AddExtraPort(sim.PortName());
+        manager.AddExtraPort(port);
         auto forget = qScopeGuard([&] {
-            manager.RemoveExtraPort(sim.PortName());
+            manager.RemoveExtraPort(port);
             manager.ResetBlockedPorts(true);
         });
         QTRY_COMPARE(window.DeviceTree()->topLevelItemCount(), 1);
@@ -454,14 +455,15 @@ private slots:
         sim.Identity().firmwareName = QStringLiteral("Velto_LoRaWAN");
         sim.Identity().versionMajor = 1;   // older than required: the compatibility box comes up
         QVERIFY(sim.Open());
+        const QString port = NamedPort(sim.Wire());
         TMainWindow window;
         window.show();
         TDeviceManager& manager = TDeviceManager::Instance();
         QSignalSpy added(&manager, &TDeviceManager::EvLocalDeviceAdded);
-        manager.AddExtraPort(sim.PortName());
+        manager.AddExtraPort(port);
         QTRY_COMPARE(added.count(), 1);
         QTRY_COMPARE(window.DeviceTree()->topLevelItemCount(), 1);
-        QCOMPARE(window.DeviceTree()->topLevelItem(0)->text(1), sim.PortName());
+        QCOMPARE(window.DeviceTree()->topLevelItem(0)->text(1), port);
         QVERIFY(window.LastMessageBox());
         QCOMPARE(window.LastMessageBox()->windowTitle(), QStringLiteral("Compatibility Warning"));
 
@@ -500,7 +502,7 @@ private slots:
         QCOMPARE(logging->Table()->Cell(1, 0), QStringLiteral("Rx Event"));
         QCOMPARE(logging->Table()->Cell(1, 5), QStringLiteral("GetDeviceInfoRsp"));
 
-        manager.RemoveExtraPort(sim.PortName());
+        manager.RemoveExtraPort(port);
         manager.ResetBlockedPorts(true);
     }
 
@@ -508,18 +510,19 @@ private slots:
     {
         TSimModule sim;
         QVERIFY(sim.Open());
+        const QString port = NamedPort(sim.Wire());
         TMainWindow window;
         TDeviceManager& manager = TDeviceManager::Instance();
         auto* settings = qobject_cast<TSettingsPage*>(window.Sections()->Page(QStringLiteral("Device Management"), QStringLiteral("Studio Settings")));
         QVERIFY(settings);
-        QVERIFY(settings->AddExtraPort(sim.PortName()));
-        QVERIFY(!settings->AddExtraPort(sim.PortName()));
+        QVERIFY(settings->AddExtraPort(port));
+        QVERIFY(!settings->AddExtraPort(port));
         QCOMPARE(settings->ExtraPortList()->count(), 1);
         QVERIFY(!settings->AddPattern(QStringLiteral("VID_0403.PID_6001.*")));   // a default pattern already
         QVERIFY(settings->AddPattern(QStringLiteral("VID_1234.PID_0001")));
         QVERIFY(settings->PatternList()->findItems(QStringLiteral("VID_1234.PID_0001"), Qt::MatchExactly).size() == 1);
         manager.RemoveVidPidPattern(QStringLiteral("VID_1234.PID_0001"));
-        QTRY_VERIFY(manager.DeviceByPort(sim.PortName()));
+        QTRY_VERIFY(manager.DeviceByPort(port));
 
         auto* rtc = qobject_cast<TRTCPage*>(window.Sections()->Page(QStringLiteral("Device Management"), QStringLiteral("Real Time Clock")));
         QVERIFY(rtc);
@@ -542,13 +545,15 @@ private slots:
         // A port that never answers ends up blocked; "Discover Devices" frees it for the next tick.
         manager.ResetBlockedPorts(true);
         sim.SetFault(TSimModule::FaultNoAnswer);
+        TVeltoLRHCI::SetDefaultResponseTimeout(300);   // these probes are meant to go unanswered
         for (int i = 0; i <= 3 * TDiscoveryRates::Count(); ++i)
             manager.DiscoveryTick();
+        TVeltoLRHCI::SetDefaultResponseTimeout(TVeltoLRHCI::kResponseTimeoutMs);
         settings->RefreshPage();
         QCOMPARE(settings->BlockedPortList()->count(), 1);
         settings->DiscoverDevices();
         QCOMPARE(settings->BlockedPortList()->count(), 0);
-        manager.RemoveExtraPort(sim.PortName());
+        manager.RemoveExtraPort(port);
     }
 
     void noDevice_statusLineAndBox()

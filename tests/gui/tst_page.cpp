@@ -15,6 +15,7 @@
 #include <memory>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "devices/TControllerPrototypes.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
@@ -161,12 +162,13 @@ class TestPage : public QObject
 
     TDeviceManager& m = TDeviceManager::Instance();
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
 
     TRadioController* Discover(const QString& firmware)
     {
         m_sim = std::make_unique<TSimModule>();
         m_sim->Identity().firmwareName = firmware;
-        if (!m_sim->Open() || !m.AddExtraPort(m_sim->PortName()))
+        if (!m_sim->Open() || !m.AddExtraPort(m_port = NamedPort(m_sim->Wire())))
             return nullptr;
         m.DiscoveryTick();
         return m.SelectedDevice();
@@ -275,10 +277,9 @@ private slots:
         QVERIFY(page.findChildren<QMessageBox*>().isEmpty());
 
         m.ClearSelection();
-        const quint32 requests = m_sim->RequestsHandled();
+        const quint32 sent = device->Link()->FramesSent();
         QVERIFY(!page.RunSetCommand(QStringLiteral("DeviceMgmt/SetOperationMode"), mode));
-        QTest::qWait(50);
-        QCOMPARE(m_sim->RequestsHandled(), requests);
+        QCOMPARE(device->Link()->FramesSent(), sent);
         QCOMPARE(page.findChildren<QMessageBox*>().size(), 1);
     }
 
@@ -382,8 +383,8 @@ private slots:
         QCOMPARE(Shown(page, "HCI Configuration", "BaudrateID"), QStringLiteral("115200 bps"));
         QCOMPARE(Shown(page, "HCI Configuration", "NumWakeupChars"), QStringLiteral("40"));
         QCOMPARE(runs.count(), 2);
-        QCOMPARE(runs.at(0), (QVariantList{m_sim->PortName(), true}));
-        QCOMPARE(runs.at(1), (QVariantList{m_sim->PortName(), false}));
+        QCOMPARE(runs.at(0), (QVariantList{m_port, true}));
+        QCOMPARE(runs.at(1), (QVariantList{m_port, false}));
     }
 
     void failure_resultLineAndStaleValues_data()
@@ -406,7 +407,7 @@ private slots:
         QFETCH(bool, othersInDoubt);
         TRadioController* device = Discover(QStringLiteral("Velto_LoRaWAN"));
         QVERIFY(device);
-        const QString port = m_sim->PortName();
+        const QString port = m_port;
         THCIConfigPage page(QStringLiteral("Device HCI Settings"));
         TGuiItemList& hci = *page.Group(QStringLiteral("HCI Configuration"));
         TGuiItemList& local = *page.Group(QStringLiteral("Local Baud Rate"));
@@ -449,29 +450,30 @@ private slots:
         QVERIFY(first);
         TSimModule other;
         QVERIFY(other.Open());
-        QVERIFY(m.AddExtraPort(other.PortName()));
+        const QString otherPort = NamedPort(other.Wire());
+        QVERIFY(m.AddExtraPort(otherPort));
         m.DiscoveryTick();
-        QVERIFY(m.DeviceByPort(other.PortName()));
+        QVERIFY(m.DeviceByPort(otherPort));
         THCIConfigPage page(QStringLiteral("Device HCI Settings"));
         TGuiItemList& hci = *page.Group(QStringLiteral("HCI Configuration"));
         page.Button(QStringLiteral("Get"))->click();
         QVERIFY(!hci.IsStale());
 
-        QVERIFY(m.SelectDevice(other.PortName()));
+        QVERIFY(m.SelectDevice(otherPort));
         QVERIFY(hci.IsStale());
         QVERIFY(hci.StaleText().endsWith(QStringLiteral(" - out of date: another module is selected")));
         page.Button(QStringLiteral("Get"))->click();
         QVERIFY(!hci.IsStale());
-        QCOMPARE(hci.ReadFrom(), other.PortName());
-        QVERIFY(m.SelectDevice(m_sim->PortName()));
-        QVERIFY(m.SelectDevice(other.PortName()));   // back on the module the values came from: still current
+        QCOMPARE(hci.ReadFrom(), otherPort);
+        QVERIFY(m.SelectDevice(m_port));
+        QVERIFY(m.SelectDevice(otherPort));   // back on the module the values came from: still current
         QVERIFY(hci.IsStale());                      // ... but they were marked when the other one was chosen
 
         page.Button(QStringLiteral("Get"))->click();
-        m.RemoveDevice(m.DeviceByPort(other.PortName()), false);
+        m.RemoveDevice(m.DeviceByPort(otherPort), false);
         QVERIFY(hci.IsStale());
         QVERIFY(hci.StaleText().endsWith(QStringLiteral(" - out of date: the module was disconnected")));
-        m.RemoveExtraPort(other.PortName());
+        m.RemoveExtraPort(otherPort);
     }
 
     void invalidInput_refusedAtTheFieldAndNothingSent()
@@ -605,7 +607,7 @@ private slots:
         QCOMPARE(Recording(info)->refreshedWith, device);
 
         SetSwitches(false, false);
-        QVERIFY(m.SelectDevice(m_sim->PortName()));
+        QVERIFY(m.SelectDevice(m_port));
         QVERIFY(ctrl.IsSectionOffered("LoRaWAN Services"));
         QVERIFY(ctrl.IsSectionOffered("Osprey Services"));
         QCOMPARE(types.count(), 1);

@@ -2,6 +2,7 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "base/THexText.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TVeltoLRSAP.h"
@@ -51,6 +52,7 @@ class TestHciLink : public QObject
     Q_OBJECT
 
     std::unique_ptr<TSimModule> m_sim;
+    QString m_port;
     std::unique_ptr<TVeltoLRHCI> m_link;
 
     QSignalSpy* TextSpy()
@@ -64,8 +66,9 @@ private slots:
     {
         m_sim = std::make_unique<TSimModule>();
         QVERIFY(m_sim->Open());
+        m_port = NamedPort(m_sim->Wire());
         m_link = std::make_unique<TVeltoLRHCI>();
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("115200")));
     }
     void cleanup()
     {
@@ -78,14 +81,14 @@ private slots:
     {
         m_link->Close();
         QScopedPointer<QSignalSpy> texts(TextSpy());
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("230400 bps")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("230400 bps")));
         QCOMPARE(m_link->NumWakeupChars(), 75);
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("230400 bps"));
-        QCOMPARE(Texts(*texts), QStringList{QStringLiteral("ComPort %1 opened with 230400 bps, 75 wakeup chars").arg(m_sim->PortName())});
-        QVERIFY2(!m_link->Open(m_sim->PortName(), QStringLiteral("115200")), "a second open needs a Close first");
+        QCOMPARE(Texts(*texts), QStringList{QStringLiteral("ComPort %1 opened with 230400 bps, 75 wakeup chars").arg(m_port)});
+        QVERIFY2(!m_link->Open(m_port, QStringLiteral("115200")), "a second open needs a Close first");
         m_link->Close();
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("closed : 0 bps"));
-        QVERIFY(m_link->Open(m_sim->PortName(), QStringLiteral("12345")));
+        QVERIFY(m_link->Open(m_port, QStringLiteral("12345")));
         QCOMPARE(m_link->BaudrateText(), QStringLiteral("115200 bps"));
         QCOMPARE(m_link->NumWakeupChars(), 40);
         const QList<int> rates{9600, 19200, 38400, 57600, 115200, 230400, 460800};
@@ -99,9 +102,51 @@ private slots:
         m_link->Close();
         TVeltoLRHCI nowhere;
         QVERIFY(!nowhere.Open(QStringLiteral("/dev/tessera-no-such-port"), QStringLiteral("115200")));
-        QVERIFY2(!nowhere.Open(m_sim->PortName(), QStringLiteral("115200")), "a failed open keeps the port object");
+        QVERIFY2(!nowhere.Open(m_port, QStringLiteral("115200")), "a failed open keeps the port object");
         nowhere.Close();
-        QVERIFY(nowhere.Open(m_sim->PortName(), QStringLiteral("115200")));
+        QVERIFY(nowhere.Open(m_port, QStringLiteral("115200")));
+    }
+
+    void open_refusesWhatIsNoSerialPort_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("missing path") << "missing" << "No such file or directory";
+        QTest::newRow("directory") << "directory" << "Is a directory";
+        QTest::newRow("regular file") << "file" << "not a serial port (a regular file)";
+        QTest::newRow("/dev/null") << "null" << "not a serial port (a character device that is no terminal)";
+    }
+    void open_refusesWhatIsNoSerialPort()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        QString path = dir.filePath(QStringLiteral("port"));
+        if (kind == QLatin1String("directory"))
+            QVERIFY(QDir().mkdir(path));
+        if (kind == QLatin1String("file")) {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("someone's notes\n");
+        }
+        if (kind == QLatin1String("null"))
+            path = QStringLiteral("/dev/null");
+        TVeltoLRHCI link;
+        QVERIFY(!link.Open(path, QStringLiteral("115200")));
+        QCOMPARE(link.OpenError(), reason);
+        QVERIFY(!link.IsOpen());
+        QCOMPARE(link.SendMessage(0x01, 0x01, nullptr, 0), HCIResult_TransmitError);
+        QCOMPARE(link.FramesSent(), quint32(0));
+        if (kind == QLatin1String("file")) {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QCOMPARE(file.readAll(), QByteArray("someone's notes\n"));
+        }
+        // The port that opens afterwards clears the reason.
+        link.Close();
+        m_link->Close();
+        QVERIFY(link.Open(m_port, QStringLiteral("115200")));
+        QVERIFY(link.OpenError().isEmpty());
     }
 
     void request_getsItsResponse()
@@ -117,7 +162,7 @@ private slots:
         QCOMPARE(m_link->Response().Length, quint16(10));   // status, type, address, id
     }
 
-    void request_otherMsgIdDoesNotEndTheWait()
+    void request_onlyItsOwnSapIdAndMsgIdEndTheWait()
     {
         RecordingSAP sap(0x01);
         m_link->RegisterSAP(0x01, &sap);
@@ -126,6 +171,20 @@ private slots:
         QCOMPARE(m_link->Response().MsgID, quint8(0x02));
         // The stray 0x04 was queued and reaches the service as an unsolicited message afterwards.
         QTRY_COMPARE(sap.msgIds, QList<quint8>{0x04});
+        m_sim->SetFault(TSimModule::FaultNone);
+
+        // Another service's message with the awaited MsgID comes first: it is that service's event.
+        RecordingSAP other(0x10);
+        m_link->RegisterSAP(0x10, &other);
+        m_sim->SetResponseDelay(50);
+        connect(m_sim.get(), &TSimModule::RequestReceived, this, [this] { m_sim->SendMessage(0x10, 0x02, QByteArray::fromHex("AA55")); });
+        QCOMPARE(Ping(), HCIResult_OK);
+        QCOMPARE(m_link->Response().SapID, quint8(0x01));
+        QCOMPARE(m_link->Response().MsgID, quint8(0x02));
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(m_link->Response().Payload), m_link->Response().Length), QByteArray(1, '\0'));
+        QTRY_COMPARE(other.msgIds, QList<quint8>{0x02});
+        QCOMPARE(other.payloads, QList<QByteArray>{QByteArray::fromHex("AA55")});
+        QCOMPARE(sap.msgIds, QList<quint8>{0x04});
     }
 
     void request_missingResponseTimesOutAndLinkStaysUsable()
@@ -199,7 +258,7 @@ private slots:
         QVERIFY2(!m_link->DispatchTimerRunning(), "an empty queue leaves no timer waking the process");
         QCOMPARE(sap.payloads.at(1), QByteArray("\x02\x03", 2));
         QCOMPARE(sap.records.at(0).at(0).first, QStringLiteral("HostTime"));
-        QCOMPARE(sap.records.at(0).at(1), qMakePair(QStringLiteral("Port"), m_sim->PortName()));
+        QCOMPARE(sap.records.at(0).at(1), qMakePair(QStringLiteral("Port"), m_port));
         QVERIFY(QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}$")).match(sap.records.at(0).Value("HostTime")).hasMatch());
     }
 
@@ -284,7 +343,7 @@ private slots:
             keys << item.first;
         QCOMPARE(keys, (QStringList{"EvType", "HostTime", "Port", "SLIP-Msg", "HCI-SapID", "HCI-MsgID", "HCI-PLen", "HCI-Payload", "HCI-CRC"}));
         QCOMPARE(tx.Value("EvType"), QStringLiteral("Tx Event"));
-        QCOMPARE(tx.Value("Port"), m_sim->PortName());
+        QCOMPARE(tx.Value("Port"), m_port);
         QCOMPARE(tx.Value("SLIP-Msg"), QStringLiteral("C0 ").repeated(40) + QStringLiteral("C0 01 01 16 07 C0 "));
         QCOMPARE(tx.Value("HCI-SapID"), QStringLiteral("01 (Test)"));
         QCOMPARE(tx.Value("HCI-MsgID"), QStringLiteral("01"));
@@ -305,10 +364,10 @@ private slots:
         QScopedPointer<QSignalSpy> texts(TextSpy());
         m_sim->Close();
         QTRY_VERIFY(!m_link->IsOpen());
-        QElapsedTimer timer;
-        timer.start();
+        // A closed link refuses at once: it never waits for an answer that cannot come.
+        const quint32 sent = m_link->FramesSent();
         QCOMPARE(Ping(), HCIResult_TransmitError);
-        QVERIFY(timer.elapsed() < kShortTimeoutMs);
+        QCOMPARE(m_link->FramesSent(), sent);
         QCOMPARE(Texts(*texts).filter(QStringLiteral("lost")).size(), 1);
         QVERIFY(m_link->Close());
     }

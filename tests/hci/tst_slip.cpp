@@ -117,6 +117,13 @@ private slots:
         // An endless frame is abandoned once it outgrows any valid message.
         slip.Decode(Hex("C0") + QByteArray(TComSlip::kMaxFrameBytes * 3, 'x'));
         QVERIFY(collector.frames.isEmpty());
+        // Nor may an escaped byte carry it past the limit; a frame of exactly the limit passes.
+        slip.Decode(Hex("C0C0") + QByteArray(TComSlip::kMaxFrameBytes, 'x') + Hex("DBDCC0"));
+        QVERIFY(collector.frames.isEmpty());
+        slip.Decode(Hex("C0") + QByteArray(TComSlip::kMaxFrameBytes - 1, 'x') + Hex("DBDCC0"));
+        QCOMPARE(collector.frames.size(), 1);
+        QCOMPARE(collector.frames.first(), QByteArray(TComSlip::kMaxFrameBytes - 1, 'x') + Hex("C0"));
+        collector.frames.clear();
         QRandomGenerator rng(1234);
         for (int round = 0; round < 200; ++round) {
             QByteArray junk(int(rng.bounded(1, 300)), 0);

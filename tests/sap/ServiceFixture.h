@@ -10,13 +10,14 @@
 
 #include <memory>
 
+#include "SimPort.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TVeltoLRSAP.h"
 #include "settings/TSettings.h"
 #include "tools/sim/TSimModule.h"
 
-/// How long a service test waits for the virtual module.
-constexpr int kTimeoutMs = 3000;
+/// How long a service test waits for the virtual module: generous, a loaded machine is slow.
+constexpr int kTimeoutMs = 5000;
 
 /// "01 02 AB" as bytes.
 inline QByteArray Bytes(const char* hex)
@@ -60,15 +61,23 @@ inline QString EventText(const QSignalSpy& spy, int index)
     return record.ToText(QStringLiteral("|"));
 }
 
-/// A refused call: false, the expected text, and nothing reached the module.
+/// A refused call: false, the expected text, and nothing was written to the link.
 template <class Call>
-void CheckRefusedBeforeSending(TSimModule& sim, const TVeltoLRSAP& sap, Call call, const QString& error)
+void CheckRefusedBeforeSending(const TVeltoLRSAP& sap, Call call, const QString& error)
 {
-    QSignalSpy requests(&sim, &TSimModule::RequestReceived);
+    const quint32 sent = sap.Link()->FramesSent();
     QVERIFY(!call());
     QCOMPARE(sap.ResultText(), error);
-    QTest::qWait(20);
-    QCOMPARE(requests.size(), 0);
+    QCOMPARE(sap.Link()->FramesSent(), sent);
+}
+
+/// Waits until every message the module sent before answering `sap`'s next request has been
+/// dispatched: what has not arrived by then was never sent. `request` is any call that succeeds.
+template <class Request>
+void SettleAfter(TVeltoLRHCI& link, Request request)
+{
+    QVERIFY(request());
+    QTRY_COMPARE_WITH_TIMEOUT(link.QueuedMessages(), 0, kTimeoutMs);
 }
 
 template <class Sap>
@@ -84,12 +93,18 @@ bool OpenServiceOverPty(std::unique_ptr<TSimModule>& sim, std::unique_ptr<TVelto
 {
     TSettings::Instance().SetIsoFormat(true);
     sim = std::make_unique<TSimModule>();
-    if (!sim->Open())
+    QString error;
+    if (!sim->Open(&error)) {
+        qWarning("%s", qPrintable(error));
         return false;
+    }
     link = std::make_unique<TVeltoLRHCI>();
     link->SetResponseTimeout(timeoutMs);
-    if (!link->Open(sim->PortName(), QStringLiteral("115200")))
+    const QString port = NamedPort(sim->Wire());
+    if (!link->Open(port, QStringLiteral("115200"))) {
+        qWarning("couldn't open %s: %s", qPrintable(port), qPrintable(link->OpenError()));
         return false;
+    }
     sap = std::make_unique<Sap>();
     sap->AttachLink(link.get());
     return true;

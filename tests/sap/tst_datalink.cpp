@@ -329,7 +329,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        CheckRefusedBeforeSending(*m_sim, *m_dl, [&] { return Invoke(m_dl.get(), command.constData(), params); }, error);
+        CheckRefusedBeforeSending(*m_dl, [&] { return Invoke(m_dl.get(), command.constData(), params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

@@ -1,5 +1,6 @@
 #include <QtTest>
 
+#include "EveryLayout.h"
 #include "TestEnvironment.h"
 #include "sap/TFieldLayout.h"
 #include "sap/TRtcTime.h"
@@ -47,6 +48,41 @@ TKeyValueList Params(std::initializer_list<std::pair<const char*, const char*>> 
     for (const auto& p : pairs)
         list.Append(QString::fromLatin1(p.first), QString::fromLatin1(p.second));
     return list;
+}
+
+/// Bytes a module could send for `layout`: distinct values that every type code shows and reads
+/// back (a valid clock, a known device type), `dataBytes` in a data field, zeros in "Reserved".
+QByteArray SampleBytes(const TFieldLayoutEntry* layout, int dataBytes, bool withOptional)
+{
+    // 2030-06-15 08:09:10 in the module's packed clock format.
+    const quint32 rtc = (30u << 26) | (15u << 21) | (8u << 16) | (6u << 12) | (9u << 6) | 10u;
+    // type         bytes
+    const QMap<QString, int> sizes{{"U8d", 1}, {"I8d", 1}, {"U8h", 1}, {"U16d", 2}, {"U16h", 2}, {"I16d", 2}, {"U24d", 3},
+                                   {"U24h", 3}, {"U32d", 4}, {"U32h", 4}, {"BATTLEVEL", 2}, {"DEVICETYPE", 1}, {"RTCTIME", 4}};
+    QByteArray bytes;
+    quint8 next = 0x11;
+    for (; layout->name; ++layout) {
+        const QString name = QString::fromLatin1(layout->name);
+        const QString type = QString::fromLatin1(layout->type);
+        if (!withOptional && name.startsWith(QLatin1String("Optional:")))
+            break;
+        int size = sizes.value(type, -1);
+        if (type.startsWith(QLatin1String("OctetSeq"))) {
+            size = type.mid(9).toInt();
+            size = size > 16 ? qMin(size, dataBytes) : size;
+        }
+        if (name == QLatin1String("Reserved"))
+            bytes.append(QByteArray(size, '\0'));
+        else if (type == QLatin1String("RTCTIME"))
+            for (int i = 0; i < 4; ++i)
+                bytes.append(char(rtc >> (8 * i)));
+        else if (type == QLatin1String("DEVICETYPE"))
+            bytes.append(char(0x91));
+        else
+            for (int i = 0; i < size; ++i, next += 0x13)
+                bytes.append(char(next));
+    }
+    return bytes;
 }
 
 QByteArray EveryTypePayload()
@@ -158,6 +194,42 @@ private slots:
         QCOMPARE(packed, original);
     }
 
+    void everyLayout_packDecodePackGivesTheSameBytes_data()
+    {
+        QTest::addColumn<int>("index");
+        for (int i = 0; i < int(std::size(kEveryLayout)); ++i)
+            QTest::newRow(kEveryLayout[i].name) << i;
+    }
+    void everyLayout_packDecodePackGivesTheSameBytes()
+    {
+        QFETCH(int, index);
+        TSettings::Instance().SetIsoFormat(true);
+        const TFieldLayoutEntry* layout = kEveryLayout[index].layout;
+        QStringList names;
+        for (const TFieldLayoutEntry* field = layout; field->name; ++field) {
+            const QString name = TFieldLayout::FieldName(field->name);
+            QVERIFY2(name == QLatin1String("Reserved") || !names.contains(name), qPrintable(name + QStringLiteral(" twice")));
+            names << name;
+        }
+        for (bool withOptional : {true, false}) {
+            for (int dataBytes : {3, 0}) {
+                const QByteArray original = SampleBytes(layout, dataBytes, withOptional);
+                TKeyValueList first;
+                QCOMPARE(TFieldLayout::Decode(layout, original, 0, first), original.size());
+                QByteArray packed;
+                QString error;
+                QVERIFY2(TFieldLayout::Pack(layout, first, packed, error), qPrintable(error));
+                QCOMPARE(packed, original);
+                TKeyValueList second;
+                TFieldLayout::Decode(layout, packed, 0, second);
+                QCOMPARE(second, first);
+                QByteArray again;
+                QVERIFY2(TFieldLayout::Pack(layout, second, again, error), qPrintable(error));
+                QCOMPARE(again, packed);
+            }
+        }
+    }
+
     void pack_refusesBadParameters_data()
     {
         QTest::addColumn<TKeyValueList>("params");
@@ -192,6 +264,9 @@ private slots:
         QString error;
         QVERIFY(TFieldLayout::Pack(kData, Params({{"Port", "0x0A"}, {"Payload", ""}}), payload, error));
         QCOMPARE(payload, QByteArray::fromHex("0A"));
+        TKeyValueList decoded;
+        QCOMPARE(TFieldLayout::Decode(kData, payload, 0, decoded), 1);
+        QCOMPARE(decoded, Params({{"Port", "0x0A"}, {"Payload", ""}}));
         TKeyValueList params = Params({{"Port", "10"}});
         params.Append(QStringLiteral("Payload"), QString::fromLatin1(QByteArray(255, '\x5A').toHex()));
         QVERIFY(TFieldLayout::Pack(kData, params, payload, error));

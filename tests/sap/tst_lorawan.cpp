@@ -359,7 +359,7 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        CheckRefusedBeforeSending(*m_sim, *m_lw, [&] { return Invoke(m_lw.get(), command.constData(), params); }, error);
+        CheckRefusedBeforeSending(*m_lw, [&] { return Invoke(m_lw.get(), command.constData(), params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

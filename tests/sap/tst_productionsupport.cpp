@@ -179,9 +179,13 @@ private slots:
         QVERIFY(!m_pts->SendTestMessage(TestMessage("01")));
         QCOMPARE(m_pts->ResultText(), QStringLiteral("wrong device mode"));
         QVERIFY(m_pts->SetRadioTestMode(Radio("0")));
-        QTest::qWait(100);   // a packet may have been under way
+        // A packet sent before the answer is in by the next answer; none may follow.
+        TKeyValueList airtimeAgain;
+        auto query = [&] { return m_pts->GetAirtime(Params({{"Modulation", "0"}, {"Bandwidth", "0"}, {"Spreading", "7"}, {"ErrorCoding", "1"},
+                                                            {"FSKDataRate", "0"}, {"PayloadSize", "3"}}), airtimeAgain); };
+        SettleAfter(*m_link, query);
         const int count = events.size();
-        QTest::qWait(250);
+        SettleAfter(*m_link, query);
         QCOMPARE(events.size(), count);
 
         QVERIFY(!Sim().ReceiveTestPacket(7, Bytes("CA FE")));
@@ -296,19 +300,16 @@ private slots:
         QFETCH(QByteArray, command);
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        CheckRefusedBeforeSending(*m_sim, *m_pts, [&] { return Invoke(m_pts.get(), command.constData(), params); }, error);
+        CheckRefusedBeforeSending(*m_pts, [&] { return Invoke(m_pts.get(), command.constData(), params); }, error);
     }
 
     void queries_withMissingIdentifier_nothingSent()
     {
-        QSignalSpy requests(m_sim.get(), &TSimModule::RequestReceived);
         TKeyValueList result;
-        QVERIFY(!m_pts->GetCalibrationValue(TKeyValueList(), result));
-        QCOMPARE(m_pts->ResultText(), QStringLiteral("error - parameter missing: CalibrationID"));
-        QVERIFY(!m_pts->GetMeasurementValue(Params({{"MeasurementID", "65536"}}), result));
-        QCOMPARE(m_pts->ResultText(), QStringLiteral("error - invalid value for MeasurementID: \"65536\" (0..65535)"));
-        QTest::qWait(20);
-        QCOMPARE(requests.size(), 0);
+        CheckRefusedBeforeSending(*m_pts, [&] { return m_pts->GetCalibrationValue(TKeyValueList(), result); },
+                                  QStringLiteral("error - parameter missing: CalibrationID"));
+        CheckRefusedBeforeSending(*m_pts, [&] { return m_pts->GetMeasurementValue(Params({{"MeasurementID", "65536"}}), result); },
+                                  QStringLiteral("error - invalid value for MeasurementID: \"65536\" (0..65535)"));
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

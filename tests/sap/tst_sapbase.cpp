@@ -2,8 +2,14 @@
 #include <QtTest>
 
 #include "TestEnvironment.h"
+#include "SimPort.h"
 #include "hci/TVeltoLRHCI.h"
-#include "sap/TVeltoLRSAP.h"
+#include "sap/TDataLinkSAP.h"
+#include "sap/TProductionSupportSAP.h"
+#include "sap/TSensorSAP.h"
+#include "sap/TTraceSAP.h"
+#include "sap/TVeltoLRDeviceMgmt.h"
+#include "sap/TVeltoLRLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 
 namespace {
@@ -14,11 +20,21 @@ const TCodeTableEntry kStatus[] = {
     {0x03, "wrong parameter"},
     {0, nullptr},
 };
-// name     description
+// name      type
+const TFieldLayoutEntry kXLayout[] = {
+    {"Reserved", "U8d"},
+    {"Rate", "U8d"},
+    {"Reserved", "U16d"},
+    {"Optional:Mask", "U8h"},
+    {nullptr, nullptr},
+};
+// name     description     layout / parameters
 const TCommandTableEntry kCommands[] = {
     {"Ping", "Ping the module"},
     {"Ping", "Ping again"},
     {"GetX", "Get X"},
+    {"SetX", "Set X",       kXLayout},
+    {"SetY", "Set Y",       nullptr, "Alarm,Options"},
     {nullptr, nullptr},
 };
 // MsgID  name
@@ -59,7 +75,7 @@ private slots:
     void tables()
     {
         ProbeSAP sap;
-        QCOMPARE(sap.CommandNames(), (QStringList{"GetX", "Ping"}));
+        QCOMPARE(sap.CommandNames(), (QStringList{"GetX", "Ping", "SetX", "SetY"}));
         QCOMPARE(sap.CommandDescription(QStringLiteral("Ping")), QStringLiteral("Ping again"));
         QCOMPARE(sap.CommandDescription(QStringLiteral("Nope")), QStringLiteral("error - command not found : Nope"));
         QCOMPARE(sap.LastDescription(), QStringLiteral("error - command not found : Nope"));
@@ -70,18 +86,64 @@ private slots:
         QCOMPARE(TVeltoLRSAP::CodeLookup(nullptr, 0), QStringLiteral("Unsupported table"));
     }
 
+    void parameterNames_fromTheLayoutOrTheTable()
+    {
+        ProbeSAP sap;
+        QVERIFY(sap.HasCommand(QStringLiteral("SetX")));
+        QVERIFY(!sap.HasCommand(QStringLiteral("deleteLater")));
+        QCOMPARE(sap.ParameterNames(QStringLiteral("SetX")), (QStringList{"Rate", "Mask", "Reserved", "Reserved"}));
+        QCOMPARE(sap.ParameterNames(QStringLiteral("SetY")), (QStringList{"Alarm", "Options"}));
+        QVERIFY(sap.ParameterNames(QStringLiteral("Ping")).isEmpty());
+
+        auto check = [&sap](const char* command, std::initializer_list<const char*> names) {
+            TKeyValueList params;
+            for (const char* name : names)
+                params.Append(QLatin1String(name), QStringLiteral("1"));
+            QString error;
+            return sap.CheckParameters(QLatin1String(command), params, error) ? QStringLiteral("ok") : error;
+        };
+        QCOMPARE(check("SetX", {"Rate", "Mask"}), QStringLiteral("ok"));
+        QCOMPARE(check("SetX", {}), QStringLiteral("ok"));   // what is missing is the packing's to say
+        // reserved fields go back as they were read, one value each and no more
+        QCOMPARE(check("SetX", {"Reserved", "Rate", "Reserved"}), QStringLiteral("ok"));
+        QCOMPARE(check("SetX", {"Reserved", "Reserved", "Reserved"}), QStringLiteral("error - parameter \"Reserved\" given more than once"));
+        QCOMPARE(check("SetY", {"Reserved"}), QStringLiteral("error - unknown parameter \"Reserved\" of SetY; valid parameters: Alarm, Options"));
+        QCOMPARE(check("SetX", {"rate"}), QStringLiteral("error - unknown parameter \"rate\" of SetX; valid parameters: Rate, Mask, Reserved"));
+        QCOMPARE(check("SetY", {"Alarm", "Options", "Alarm"}), QStringLiteral("error - parameter \"Alarm\" given more than once"));
+        QCOMPARE(check("Ping", {"Rate"}), QStringLiteral("error - Ping takes no parameters, got \"Rate\""));
+        QCOMPARE(check("Ping", {}), QStringLiteral("ok"));
+    }
+
+    void everyService_declaresTheParametersOfItsParameterSlots()
+    {
+        TVeltoLRDeviceMgmt dm;
+        TVeltoLRLoRaWAN lw;
+        TDataLinkSAP dl;
+        TSensorSAP sensor;
+        TTraceSAP trace;
+        TProductionSupportSAP pts;
+        for (const TVeltoLRSAP* sap : std::initializer_list<const TVeltoLRSAP*>{&dm, &lw, &dl, &sensor, &trace, &pts}) {
+            const QMetaObject* meta = sap->metaObject();
+            for (const QString& command : sap->CommandNames()) {
+                const bool takesParameters = meta->indexOfSlot(qPrintable(command + QStringLiteral("(TKeyValueList)"))) >= 0
+                    || meta->indexOfSlot(qPrintable(command + QStringLiteral("(TKeyValueList,TKeyValueList&)"))) >= 0;
+                QVERIFY2(takesParameters == !sap->ParameterNames(command).isEmpty(), qPrintable(sap->Name() + QLatin1Char('/') + command));
+            }
+        }
+    }
+
     void statusBytesOverALink()
     {
         TSimModule sim;
         QVERIFY(sim.Open());
         TVeltoLRHCI link;
-        link.SetResponseTimeout(300);
-        QVERIFY(link.Open(sim.PortName(), QStringLiteral("115200")));
+        const QString port = NamedPort(sim.Wire());
+        QVERIFY(link.Open(port, QStringLiteral("115200")));
         ProbeSAP sap;
         ProbeSAP untabled(nullptr);
         sap.AttachLink(&link);
         QCOMPARE(link.RegisteredSAP(0x01), &sap);
-        QCOMPARE(sap.PortName(), sim.PortName());
+        QCOMPARE(sap.PortName(), port);
 
         QVERIFY(sap.Request(0x01, QByteArray()));
         QCOMPARE(sap.ResultText(), QStringLiteral("OK"));
@@ -102,6 +164,7 @@ private slots:
         QCOMPARE(untabled.StatusByte(), quint8(0x02));
 
         sim.SetFault(TSimModule::FaultNoAnswer);
+        link.SetResponseTimeout(300);   // meant to go unanswered
         QVERIFY(!sap.Request(0x01, QByteArray()));
         QVERIFY(!sap.StatusValid());
         QCOMPARE(sap.ResultText(), QStringLiteral("no response"));

@@ -83,9 +83,11 @@ private slots:
 
         QVERIFY(m_sensor->SetSensorConfig(Config("0", "0x01", "50")));
         QVERIFY(!Sim().Transmitting());
-        QTest::qWait(100);   // a telegram may have been under way
+        // A telegram sent before the answer is in by the next answer; none may follow.
+        TKeyValueList config;
+        SettleAfter(*m_link, [&] { return m_sensor->GetSensorConfig(config); });
         const int count = events.size();
-        QTest::qWait(200);
+        SettleAfter(*m_link, [&] { return m_sensor->GetSensorConfig(config); });
         QCOMPARE(events.size(), count);
         QVERIFY(!Sim().ReceiveTelegram(0x20, 0x0005, 9));
     }
@@ -98,7 +100,8 @@ private slots:
         QVERIFY(events.wait(kTimeoutMs));
         QVERIFY(EventText(events, 0).startsWith(QStringLiteral("EventType: SensorData|DstAddress: 10:1F3A|SrcAddress: 20:0005|Counter: 7|Battery: 3300 mV|"
                                                                 "Temperature: 21.8 \u00B0C|Humidity: 45 %|Light: 320 lx|RSSI: -72 dBm|SNR: 8 dB|Time: ")));
-        QTest::qWait(150);
+        TKeyValueList config;
+        SettleAfter(*m_link, [&] { return m_sensor->GetSensorConfig(config); });
         QCOMPARE(events.size(), 1);
     }
 
@@ -142,7 +145,7 @@ private slots:
     {
         QFETCH(TKeyValueList, params);
         QFETCH(QString, error);
-        CheckRefusedBeforeSending(*m_sim, *m_sensor, [&] { return m_sensor->SetSensorConfig(params); }, error);
+        CheckRefusedBeforeSending(*m_sensor, [&] { return m_sensor->SetSensorConfig(params); }, error);
     }
 
     void everyPrefix_neverReadsPastThePayload_data()

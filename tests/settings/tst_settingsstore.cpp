@@ -25,10 +25,86 @@ class TestSettingsStore : public QObject
     Q_OBJECT
 
     QString m_home;
+    QStringList m_warnings;
+
+    static void WriteFile(const QByteArray& text)
+    {
+        QDir().mkpath(TSettings::Instance().DataDirectory());
+        QFile file(TSettings::Instance().SettingsFilePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
 
 private slots:
-    void initTestCase() { m_home = QDir::homePath(); }
-    void init() { QFile::remove(TSettings::Instance().SettingsFilePath()); }
+    void initTestCase()
+    {
+        m_home = QDir::homePath();
+        TSettings::Instance().SetWarningSink([this](const QString& text) { m_warnings << text; });
+    }
+    void init()
+    {
+        QFile::remove(TSettings::Instance().SettingsFilePath());
+        m_warnings.clear();
+    }
+
+    void invalidValues_readAsTheDefaultWithOneWarningEach()
+    {
+        TSettings& s = TSettings::Instance();
+        WriteFile("[GUI]\nStatusBoxLocation=16\nMainTheme=Paris\n"
+                  "[HCI-Parameter]\nDiscoveryBaudrates=57600, zz\nNumWakeupChars=-3\n"
+                  "[GatewaySupport]\nGatewayPort=70000\nServerPort=51001\n");
+        for (int round = 0; round < 2; ++round) {
+            QCOMPARE(s.StatusBoxLocation(), 2);
+            QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
+            QCOMPARE(s.DiscoveryBaudrates(), (QStringList{"57600", "115200"}));
+            QCOMPARE(s.NumWakeupChars(), 50);
+            QCOMPARE(s.GatewayPort(), 51000);
+            QCOMPARE(s.ServerPort(), 51001);
+        }
+        const QString file = s.SettingsFilePath();
+        QCOMPARE(m_warnings, (QStringList{
+            QStringLiteral("warning - invalid value \"16\" of GUI/StatusBoxLocation in the settings file %1: using the default \"2\"").arg(file),
+            QStringLiteral("warning - invalid value \"Paris\" of GUI/MainTheme in the settings file %1: using the default \"Manhattan\"").arg(file),
+            QStringLiteral("warning - invalid value \"zz\" of HCI-Parameter/DiscoveryBaudrates in the settings file %1: using the default \"57600,115200\"").arg(file),
+            QStringLiteral("warning - invalid value \"-3\" of HCI-Parameter/NumWakeupChars in the settings file %1: using the default \"50\"").arg(file),
+            QStringLiteral("warning - invalid value \"70000\" of GatewaySupport/GatewayPort in the settings file %1: using the default \"51000\"").arg(file)}));
+
+        // Values within what a key allows pass as they are.
+        WriteFile("[GUI]\nStatusBoxLocation=8\nMainTheme=Montreal\n[HCI-Parameter]\nDiscoveryBaudrates=9600, 460800\n");
+        m_warnings.clear();
+        QCOMPARE(s.StatusBoxLocation(), 8);
+        QCOMPARE(s.MainTheme(), QStringLiteral("Montreal"));
+        QCOMPARE(s.DiscoveryBaudrates(), (QStringList{"9600", "460800"}));
+        QVERIFY(m_warnings.isEmpty());
+    }
+
+    void file_parsedOnce_andAgainOnlyWhenChangedOnDisk()
+    {
+        TSettings& s = TSettings::Instance();
+        s.SetMainTheme(QStringLiteral("Berlin"));
+        const int parses = s.Parses();
+        for (int i = 0; i < 100; ++i) {
+            QCOMPARE(s.MainTheme(), QStringLiteral("Berlin"));
+            QVERIFY(s.ReadList(QStringLiteral("ComPorts"), QStringLiteral("Used")).isEmpty());
+        }
+        s.SetMainTheme(QStringLiteral("Montreal"));
+        QVERIFY(FileText().contains(QStringLiteral("[GUI]\nMainTheme=Montreal\n")));   // on disk at once
+        QCOMPARE(s.Parses(), parses);
+        // Another program (a second studio, tessera-cli, an editor) changed the file.
+        WriteFile("; kept by hand\n[GUI]\nMainTheme=Manhattan\n");
+        QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
+        QCOMPARE(s.MainTheme(), QStringLiteral("Manhattan"));
+        QCOMPARE(s.Parses(), parses + 1);
+        // Writing what is stored already leaves the file as it is (a rewrite would drop the comment).
+        s.SetMainTheme(QStringLiteral("Manhattan"));
+        QCOMPARE(FileText(), QStringLiteral("; kept by hand\n[GUI]\nMainTheme=Manhattan\n"));
+        s.WriteList(QStringLiteral("GUI"), QStringLiteral("Ports"), QStringList{"COM3", "COM4"});
+        QCOMPARE(FileText(), QStringLiteral("[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n"));
+        WriteFile("; again\n[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n");
+        s.WriteList(QStringLiteral("GUI"), QStringLiteral("Ports"), QStringList{"COM3", "COM4"});
+        QCOMPARE(FileText(), QStringLiteral("; again\n[GUI]\nMainTheme=Manhattan\nPorts=COM3, COM4\n"));
+        QCOMPARE(s.Parses(), parses + 2);
+    }
 
     void locations_fromTheProgramName()
     {

@@ -5,11 +5,30 @@
 #include "status/TStatusLevel.h"
 #include "status/TStatusLog.h"
 #include "status/TTableLog.h"
+#include "settings/TSettings.h"
 
 class TestStatusLog : public QObject
 {
     Q_OBJECT
 private slots:
+    // First: the log must not exist yet.
+    void settingsWarnings_reachTheLogOnceWhenTheEventLoopRuns()
+    {
+        TSettings& settings = TSettings::Instance();
+        settings.WriteValue(QStringLiteral("GUI"), QStringLiteral("StatusBoxLocation"), QStringLiteral("5"));
+        QCOMPARE(settings.StatusBoxLocation(), 2);   // before the log exists: the warning waits
+        TStatusLog& log = TStatusLog::Instance();
+        QSignalSpy lines(&log, &TStatusLog::EvLine);
+        QCOMPARE(settings.StatusBoxLocation(), 2);
+        QCOMPARE(lines.count(), 0);
+        QTRY_COMPARE(lines.count(), 1);
+        QVERIFY2(lines.at(0).at(0).toString().endsWith(QStringLiteral(";Settings:warning - invalid value \"5\" of GUI/StatusBoxLocation in the "
+                                                                        "settings file %1: using the default \"2\"").arg(settings.SettingsFilePath())),
+                 qPrintable(lines.at(0).at(0).toString()));
+        QCOMPARE(settings.StatusBoxLocation(), 2);
+        QCOMPARE(lines.count(), 1);
+    }
+
     void lineFormats()
     {
         const QDateTime when(QDate(2024, 1, 31), QTime(12, 0, 0, 7));

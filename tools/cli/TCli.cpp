@@ -254,15 +254,25 @@ void TCli::PrintRecord(const TKeyValueList& record, bool oneLine)
     m_out.flush();
 }
 
+QString TCli::OpenFailure(const QString& port, const QString& reason)
+{
+    QString text = QStringLiteral("error - couldn't open port %1: %2\n").arg(port, reason);
+    if (reason.contains(QLatin1String("Permission denied"), Qt::CaseInsensitive))
+        text += QStringLiteral("info - join the group dialout (sudo usermod -aG dialout $USER, then log in again) "
+                               "or install a udev rule that gives you the port\n");
+    return text;
+}
+
 TRadioController* TCli::OpenController(const QString& port, const QString& baud)
 {
     TControllerPrototypes::RegisterAll();
     TRadioController probe;
     if (!probe.ProbeOpen(port, baud)) {
-        m_err << (probe.Link() && !probe.Link()->PortName().isEmpty() && probe.LastError().isEmpty()
-                      ? QStringLiteral("error - couldn't open port %1").arg(port)
-                      : QStringLiteral("error - no module answers on %1 (%2)").arg(port, probe.LastError().isEmpty() ? QStringLiteral("port not opened") : probe.LastError()))
-              << "\n";
+        // A port that did not open says why; "no module answers" is only for a port that opened.
+        if (!probe.OpenError().isEmpty())
+            m_err << OpenFailure(port, probe.OpenError());
+        else
+            m_err << QStringLiteral("error - no module answers on %1 (%2)\n").arg(port, probe.LastError());
         m_err.flush();
         return nullptr;
     }
@@ -270,7 +280,7 @@ TRadioController* TCli::OpenController(const QString& port, const QString& baud)
     QString error;
     TRadioController* controller = TModuleOpener::Open(probe, &error);
     if (!controller) {
-        m_err << "error - couldn't open port " << port << ": " << error << "\n";
+        m_err << OpenFailure(port, error);
         m_err.flush();
     }
     return controller;
@@ -319,7 +329,16 @@ int TCli::Monitor(const QString& port, const QString& baud, double seconds)
     }
     if (auto* ext = qobject_cast<TExtLoRaWANEndNode*>(c))
         QObject::connect(ext, &TExtLoRaWANEndNode::EvDataLink_MessageEvent, print);
-    Pump(seconds);
+    // The port may vanish (module unplugged, simulator ended): say so and end instead of running on.
+    QEventLoop loop;
+    QObject::connect(c->Link(), &TVeltoLRHCI::EvPortLost, &loop, &QEventLoop::quit);
+    if (!c->Link()->PortLost())
+        Pump(seconds, &loop);
+    if (c->Link()->PortLost()) {
+        m_err << "error - module disconnected: port " << port << " is gone\n";
+        m_err.flush();
+        return ExitNoModule;
+    }
     return ExitOk;
 }
 
@@ -356,9 +375,20 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
     TControllerPrototypes::RegisterAll();
     TDeviceManager& manager = TDeviceManager::Instance();
     manager.SetDefaultPatterns(TDeviceManager::DefaultPatterns());
-    // Hand-given ports count for this run only: the stored list of extra ports stays as it is.
-    for (const QString& port : extraPorts)
+    // Hand-given ports count for this run only: the stored list of extra ports stays as it is. One
+    // that does not open is reported with the system's reason (and the run ends with exit status 3).
+    bool allOpened = true;
+    for (const QString& port : extraPorts) {
+        TVeltoLRHCI check;
+        if (!check.Open(port, QString::number(TVeltoLRHCI::kDefaultBaudrate))) {
+            m_err << OpenFailure(port, check.OpenError());
+            m_err.flush();
+            allOpened = false;
+            continue;
+        }
+        check.Close();
         manager.AddTemporaryPort(port);
+    }
     QStringList found;
     QObject::connect(&manager, &TDeviceManager::EvLocalDeviceAdded, [&found](const QString& port) { found << port; });
     manager.DiscoveryTick();
@@ -377,7 +407,7 @@ int TCli::Discover(const QStringList& extraPorts, double seconds)
                 record.append(item);
         PrintRecord(record, true);
     }
-    return ExitOk;
+    return allOpened ? ExitOk : ExitNoModule;
 }
 
 int TCli::RegTable(const QString& chipName, const QStringList& freqs, const QStringList& rates, const QStringList& fdevs, const QStringList& bws)

@@ -37,6 +37,8 @@ private:
 
     /// Probe, controller factory by firmware name, full open: as the studio does. Null with exit code 3 reported.
     TRadioController* OpenController(const QString& port, const QString& baud);
+    /// "error - couldn't open port P: reason" (and what to do about "Permission denied"), one line each.
+    static QString OpenFailure(const QString& port, const QString& reason);
     void PrintRecord(const TKeyValueList& record, bool oneLine);
     int Usage(const QString& text);
 

@@ -1,6 +1,7 @@
 #include "tools/sim/TPseudoTerminal.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -57,7 +58,9 @@ bool TPseudoTerminal::Open(QString* error)
 {
     if (m_master >= 0)
         return true;
-    const int fd = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    // Close-on-exec: a program started by this one (a test starting tessera-cli) must not hold the
+    // terminal open, or the port never goes away when the module does.
+    const int fd = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0 || grantpt(fd) != 0 || unlockpt(fd) != 0) {
         if (error)
             *error = QStringLiteral("error - couldn't create pseudo-terminal: %1").arg(QString::fromLocal8Bit(strerror(errno)));
@@ -74,7 +77,7 @@ bool TPseudoTerminal::Open(QString* error)
     }
     m_master = fd;
     m_slavePath = QString::fromLocal8Bit(name);
-    m_slaveHold = ::open(name, O_RDWR | O_NOCTTY | O_NONBLOCK);
+    m_slaveHold = ::open(name, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (m_slaveHold >= 0) {
         // Raw line: no echo, no line editing, all bytes pass as they are.
         termios tio{};
@@ -109,6 +112,7 @@ bool TPseudoTerminal::Open(QString* error)
 
 void TPseudoTerminal::Close()
 {
+    RemoveOwnLink();
     delete m_readNotifier;
     m_readNotifier = nullptr;
     delete m_writeNotifier;
@@ -130,9 +134,6 @@ void TPseudoTerminal::Close()
     if (m_master >= 0)
         ::close(m_master);
     m_master = -1;
-    if (!m_linkPath.isEmpty())
-        QFile::remove(m_linkPath);
-    m_linkPath.clear();
     m_out.clear();
 }
 
@@ -140,14 +141,40 @@ bool TPseudoTerminal::CreateLink(const QString& linkPath, QString* error)
 {
     if (m_master < 0)
         return false;
-    QFile::remove(linkPath);
-    if (!QFile::link(m_slavePath, linkPath)) {
+    auto fail = [error](const QString& text) {
         if (error)
-            *error = QStringLiteral("error - couldn't create link %1").arg(linkPath);
+            *error = text;
         return false;
+    };
+    // Only a link of our own or one whose terminal is gone (a killed simulator's) may be replaced:
+    // anything else is someone's file or terminal.
+    const QFileInfo existing(linkPath);
+    const bool present = existing.isSymLink() || existing.exists();
+    const bool ours = linkPath == m_linkPath || (existing.isSymLink() && existing.symLinkTarget() == m_slavePath);
+    if (present && !ours) {
+        if (!existing.isSymLink())
+            return fail(QStringLiteral("error - %1 exists and is not a link: remove it or choose another path").arg(linkPath));
+        if (existing.exists())
+            return fail(QStringLiteral("error - %1 links to %2, which is in use: remove the link or choose another path")
+                            .arg(linkPath, existing.symLinkTarget()));
     }
+    RemoveOwnLink();
+    const QFileInfo left(linkPath);
+    if ((left.isSymLink() || left.exists()) && !QFile::remove(linkPath))
+        return fail(QStringLiteral("error - couldn't replace the stale link %1").arg(linkPath));
+    if (!QFile::link(m_slavePath, linkPath))
+        return fail(QStringLiteral("error - couldn't create link %1").arg(linkPath));
     m_linkPath = linkPath;
     return true;
+}
+
+void TPseudoTerminal::RemoveOwnLink()
+{
+    // Someone may have put their own file in its place since.
+    const QFileInfo link(m_linkPath);
+    if (!m_linkPath.isEmpty() && link.isSymLink() && link.symLinkTarget() == m_slavePath)
+        QFile::remove(m_linkPath);
+    m_linkPath.clear();
 }
 
 void TPseudoTerminal::SetPacing(int baud, int bitsPerByte)

@@ -21,7 +21,8 @@ public:
     void Close();
     bool IsOpen() const { return m_master >= 0; }
     QString SlavePath() const { return m_slavePath; }
-    /// Creates (replacing) a symbolic link to the slave path; removed again on Close.
+    /// Creates a symbolic link to the slave path, removed again on Close. Replaces only a link of its
+    /// own or a dangling one (left by a killed simulator); refuses any other file at that path.
     bool CreateLink(const QString& linkPath, QString* error = nullptr);
 
     /// Queues bytes for the line; with pacing on they leave at the given line rate.
@@ -42,6 +43,7 @@ private:
     void PumpOut();
     void PumpIn();
     bool Paced() const { return m_outQueue.ByteNs() > 0; }
+    void RemoveOwnLink();
 
     int m_master = -1;
     int m_slaveHold = -1;

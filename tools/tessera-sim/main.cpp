@@ -48,7 +48,9 @@ int main(int argc, char* argv[])
     parser.addVersionOption();
     const TSimGatewayOptions gatewayOptions;
     gatewayOptions.AddTo(parser);
-    const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Create a symbolic link PATH to the port."), QStringLiteral("PATH"));
+    const QCommandLineOption link(QStringLiteral("link"),
+                                  QStringLiteral("Create a symbolic link PATH to the port (replaces only a dangling link, never a file)."),
+                                  QStringLiteral("PATH"));
     const QCommandLineOption fwName(QStringLiteral("fw-name"), QStringLiteral("Firmware name (default Velto_LoRaWAN)."), QStringLiteral("NAME"));
     const QCommandLineOption fwVersion(QStringLiteral("fw-version"), QStringLiteral("Firmware version MAJOR.MINOR (default 2.4)."), QStringLiteral("VERSION"));
     const QCommandLineOption build(QStringLiteral("build"), QStringLiteral("Build count (default 117)."), QStringLiteral("N"));
@@ -166,6 +168,15 @@ int main(int argc, char* argv[])
 
     // The network: start options, then commands on standard input while the module runs.
     TSimControl control(module);
+    // SIGINT/SIGTERM/SIGHUP end the event loop so that the link is removed on the way out (after a
+    // SIGKILL the next simulator replaces the dangling link).
+    if (::pipe(g_signalPipe) == 0) {
+        auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
+        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+        std::signal(SIGINT, OnSignal);
+        std::signal(SIGTERM, OnSignal);
+        std::signal(SIGHUP, OnSignal);
+    }
     QString error;
     if (!control.ApplyOptions(parser, error)) {
         err << error << "\n";
@@ -203,13 +214,6 @@ int main(int argc, char* argv[])
     else if (parser.isSet(powerUp))
         module.SendPowerUpEvent();
 
-    // SIGINT/SIGTERM end the event loop so that the link is removed on the way out.
-    if (::pipe(g_signalPipe) == 0) {
-        auto* notifier = new QSocketNotifier(g_signalPipe[0], QSocketNotifier::Read, &app);
-        QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
-        std::signal(SIGINT, OnSignal);
-        std::signal(SIGTERM, OnSignal);
-    }
     const int rc = app.exec();
     module.Close();
     return rc;
