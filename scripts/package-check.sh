@@ -2,20 +2,25 @@
 # Builds the Debian package from the build tree and checks it: the contents list, the declared
 # dependencies, an unpacked install below a scratch root (every program's --version; the studio's
 # --demo finds every shipped file there), and lintian when it is installed.
-# Usage: scripts/package-check.sh [BUILD_DIR]   (default: build, as scripts/test.sh leaves it)
+# Usage: scripts/package-check.sh [--built] [BUILD_DIR]   (default: build, as scripts/test.sh leaves it)
+#   --built: the build tree is complete (the test suite runs it so); nothing is installed or built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+built=""
+if [ "${1:-}" = "--built" ]; then built=yes; shift; fi
 build=${1:-build}
 say() { echo "package-check: $*"; }
 fail() { echo "package-check: FAILED - $*" >&2; exit 1; }
 
-bash scripts/bootstrap.sh
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$build" -j"$(nproc)" >/dev/null
+if [ -z "$built" ]; then
+  bash scripts/bootstrap.sh
+  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  cmake --build "$build" -j"$(nproc)" >/dev/null
+fi
 version=$(sed -n 's/^project(Tessera VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 rm -f "$build"/tessera_*.deb
 (cd "$build" && cpack -G DEB >/dev/null)
-deb=$(ls "$build"/tessera_"$version"_*.deb)
+deb=$(readlink -f "$(ls "$build"/tessera_"$version"_*.deb)")
 say "$deb ($(du -h "$deb" | cut -f1))"
 
 # 1. The contents list.
@@ -48,7 +53,7 @@ done
 for name in $(tr ',|' '\n\n' <<<"$depends" | sed 's/(.*//; s/ //g' | sort -u); do
   dpkg-query -W "$name" >/dev/null 2>&1 || fail "Depends names $name, which is not installed here"
 done
-apt-get install -s "$PWD/$deb" >"$build/package-check-apt.txt" 2>&1 || { cat "$build/package-check-apt.txt" >&2; fail "apt-get cannot install the package here"; }
+apt-get install -s "$deb" >"$build/package-check-apt.txt" 2>&1 || { cat "$build/package-check-apt.txt" >&2; fail "apt-get cannot install the package here"; }
 say "depends: $depends (apt-get install -s resolves them)"
 
 # 3. Installed below a scratch root: the programs run from there and use the files installed with them.
