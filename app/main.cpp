@@ -41,8 +41,13 @@ int main(int argc, char* argv[])
         // A dual-stack stick: the Osprey pages have a module too.
         demo->Identity().firmwareName = QStringLiteral("Caravel_LoRaWAN");
         demo->Identity().deviceType = 0xB1;
-        if (!demo->Open())
+        QString error;
+        if (!demo->Open(&error)) {
+            error += QStringLiteral(": the demo module is not started");
+            TStatusLog::Instance().AddStatusMessage(QStringLiteral("Demo"), error);
+            std::fprintf(stderr, "%s\n", qPrintable(error));
             demo.reset();
+        }
     }
     // Two messages a second from the nodes around it: the Osprey Data Link plot moves.
     std::unique_ptr<TSimTraffic> traffic;
