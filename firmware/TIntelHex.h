@@ -7,7 +7,7 @@
 /// Reads Intel HEX text into a 1 MiB memory image and writes an image back as Intel HEX. The reader
 /// refuses what it cannot read: the first bad line ends the read with ErrorText() naming it, and
 /// the image is then not valid.
-class TIntelHex : public TFileReaderIF
+class TIntelHex final : public TFileReaderIF
 {
 public:
     static constexpr quint32 kSpanBytes = 0x100000;    ///< one image covers at most 1 MiB
