@@ -51,7 +51,7 @@ bool AllDigits(const QByteArray& text)
 
 QByteArray TGatewayProtocol::CallDatagram(quint16 serverPort)
 {
-    return QStringLiteral("MarlinOne::%1").arg(serverPort).toUtf8();
+    return QByteArray(kCallPrefix) + QByteArray::number(serverPort);
 }
 
 bool TGatewayProtocol::ParseCall(const QByteArray& datagram, quint16& serverPort)

@@ -5,8 +5,6 @@
 /// a directory or /dev/null would take the wake-up bytes and frames as data. One source per platform.
 namespace TSerialDevice {
 /// Asked before opening: empty when the path may be opened, else why not (a missing path is left to
-/// the open, which says so itself).
+/// the open, which says so itself; a descriptor that is no terminal fails the open's own settings).
 QString RefusalBeforeOpen(const QString& path);
-/// Asked after opening, before anything is written: false for a descriptor that is no terminal.
-bool IsTerminal(qintptr handle);
 }

@@ -4,7 +4,6 @@
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
 namespace TSerialDevice {
 
@@ -20,17 +19,12 @@ QString RefusalBeforeOpen(const QString& path)
     if (!S_ISCHR(status.st_mode))
         return QStringLiteral("not a serial port (not a character device)");
     // Devices with a driver model entry show their class there: a terminal sits under ".../tty/".
-    // Pseudo-terminals have no entry; the check after opening covers them.
+    // Pseudo-terminals have no entry; opening one that is no terminal fails in the port itself.
     const QString entry = QStringLiteral("/sys/dev/char/%1:%2").arg(major(status.st_rdev)).arg(minor(status.st_rdev));
     const QFileInfo sysfs(entry);
     if (sysfs.exists() && !sysfs.canonicalFilePath().contains(QLatin1String("/tty/")))
         return QStringLiteral("not a serial port (a character device that is no terminal)");
     return QString();
-}
-
-bool IsTerminal(qintptr handle)
-{
-    return ::isatty(int(handle)) == 1;
 }
 
 }

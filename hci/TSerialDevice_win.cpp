@@ -8,9 +8,4 @@ QString RefusalBeforeOpen(const QString&)
     return QString();
 }
 
-bool IsTerminal(qintptr)
-{
-    return true;
-}
-
 }

@@ -141,11 +141,6 @@ bool TVeltoLRHCI::Open(const QString& portName, const QString& baudrateText)
         m_openError = m_port->errorString();
         return false;
     }
-    if (!TSerialDevice::IsTerminal(m_port->handle())) {
-        m_port->close();   // before a single byte goes into a file or a device that is no port
-        m_openError = QStringLiteral("not a serial port (no terminal)");
-        return false;
-    }
     m_openError.clear();
     m_portLost = false;
     // Pseudo-terminals refuse some settings; the port works with what it accepts.
@@ -312,11 +307,8 @@ bool TVeltoLRHCI::WaitForResponse(quint8 sapId, quint8 msgId)
 
 void TVeltoLRHCI::OnReadyRead()
 {
-    if (!m_port)
-        return;
-    const QByteArray bytes = m_port->readAll();
-    if (!bytes.isEmpty())
-        m_slip.Decode(bytes);
+    if (m_port)
+        FeedReceived(m_port->readAll());
 }
 
 void TVeltoLRHCI::FeedReceived(const QByteArray& bytes)

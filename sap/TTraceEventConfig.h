@@ -2,6 +2,8 @@
 #include <QMap>
 #include <QString>
 
+#include "settings/TConfigInstaller.h"
+
 class QJsonValue;
 
 /// Names of the firmware's trace events, read from the trace event configuration file (JSON:
@@ -12,7 +14,7 @@ class TTraceEventConfig
 public:
     static constexpr const char* kSource = "VTTrace";
     /// File name used when the controller is given no other (in the configuration directory).
-    static constexpr const char* kDefaultFileName = "Velto_LR_TraceEvents.json";
+    static constexpr const char* kDefaultFileName = TConfigInstaller::kTraceEventsFile;
 
     static TTraceEventConfig& Instance();
     /// The configuration directory + "/Velto_LR_TraceEvents.json".

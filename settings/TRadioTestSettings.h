@@ -15,4 +15,22 @@ struct TRadioTestSettings
     QString payload;           ///< "Payload": hex octets of a test message
     int repeatCount = 0;       ///< "RepeatCount": test messages of one test run
     int repeatIntervalMs = 0;  ///< "RepeatInterval": ms between them
+
+    /// The numeric fields by their settings key (and command parameter name); "Payload" is the text one.
+    struct IntField {
+        const char* key;
+        int TRadioTestSettings::*member;
+    };
+    static constexpr IntField kIntFields[] = {
+        {"TestMode",       &TRadioTestSettings::testMode},
+        {"PowerLevel",     &TRadioTestSettings::powerLevel},
+        {"Modulation",     &TRadioTestSettings::modulation},
+        {"Frequency",      &TRadioTestSettings::frequency},
+        {"Bandwidth",      &TRadioTestSettings::bandwidth},
+        {"Spreading",      &TRadioTestSettings::spreading},
+        {"ErrorCoding",    &TRadioTestSettings::errorCoding},
+        {"RepeatCount",    &TRadioTestSettings::repeatCount},
+        {"RepeatInterval", &TRadioTestSettings::repeatIntervalMs},
+    };
+    static constexpr const char* kPayloadKey = "Payload";
 };

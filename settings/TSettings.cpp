@@ -114,28 +114,26 @@ void TSettings::ReloadLocations()
 QSettings& TSettings::File() const
 {
     // A stat per read: the file is parsed again only when someone else changed it.
-    const QFileInfo info(m_settingsFile);
-    const qint64 size = info.exists() ? info.size() : -1;
-    const QDateTime time = info.exists() ? info.lastModified() : QDateTime();
     if (!m_file) {
         m_file = std::make_unique<QSettings>(m_settingsFile, QSettings::IniFormat);
         ++m_parses;
-    } else if (size != m_fileSize || time != m_fileTime) {
+        RememberFileState();
+    } else if (RememberFileState()) {
         m_file->sync();
         ++m_parses;
-    } else {
-        return *m_file;
     }
-    m_fileSize = size;
-    m_fileTime = time;
     return *m_file;
 }
 
-void TSettings::RememberFileState() const
+bool TSettings::RememberFileState() const
 {
     const QFileInfo info(m_settingsFile);
-    m_fileSize = info.exists() ? info.size() : -1;
-    m_fileTime = info.exists() ? info.lastModified() : QDateTime();
+    const qint64 size = info.exists() ? info.size() : -1;
+    const QDateTime time = info.exists() ? info.lastModified() : QDateTime();
+    const bool changed = size != m_fileSize || time != m_fileTime;
+    m_fileSize = size;
+    m_fileTime = time;
+    return changed;
 }
 
 void TSettings::SetWarningSink(std::function<void(const QString&)> sink)
@@ -218,11 +216,11 @@ void TSettings::WriteList(const QString& group, const QString& key, const QStrin
 {
     // A lone empty text would be stored as an empty value, which reads back as no list at all.
     const QStringList stored = list == QStringList{QString()} ? QStringList() : list;
-    if (File().contains(group + QLatin1Char('/') + key) && ReadList(group, key) == stored) {
+    QSettings& file = File();
+    if (file.contains(group + QLatin1Char('/') + key) && ReadList(group, key) == stored) {
         m_errorText.clear();
         return;
     }
-    QSettings& file = File();
     file.beginGroup(group);
     file.setValue(key, stored);
     FinishWrite(file);
@@ -447,31 +445,17 @@ void TSettings::LoadSpecialSwitches(const QString& accessCode)
 TRadioTestSettings TSettings::RadioTest() const
 {
     TRadioTestSettings radio;
-    radio.testMode = TableInt("Radio", "TestMode");
-    radio.powerLevel = TableInt("Radio", "PowerLevel");
-    radio.modulation = TableInt("Radio", "Modulation");
-    radio.frequency = TableInt("Radio", "Frequency");
-    radio.bandwidth = TableInt("Radio", "Bandwidth");
-    radio.spreading = TableInt("Radio", "Spreading");
-    radio.errorCoding = TableInt("Radio", "ErrorCoding");
-    radio.payload = TableValue("Radio", "Payload");
-    radio.repeatCount = TableInt("Radio", "RepeatCount");
-    radio.repeatIntervalMs = TableInt("Radio", "RepeatInterval");
+    for (const TRadioTestSettings::IntField& field : TRadioTestSettings::kIntFields)
+        radio.*field.member = TableInt("Radio", field.key);
+    radio.payload = TableValue("Radio", TRadioTestSettings::kPayloadKey);
     return radio;
 }
 
 void TSettings::SetRadioTest(const TRadioTestSettings& radio)
 {
     TKeyValueList items;
-    items.Append(QStringLiteral("TestMode"), radio.testMode);
-    items.Append(QStringLiteral("PowerLevel"), radio.powerLevel);
-    items.Append(QStringLiteral("Modulation"), radio.modulation);
-    items.Append(QStringLiteral("Frequency"), radio.frequency);
-    items.Append(QStringLiteral("Bandwidth"), radio.bandwidth);
-    items.Append(QStringLiteral("Spreading"), radio.spreading);
-    items.Append(QStringLiteral("ErrorCoding"), radio.errorCoding);
-    items.Append(QStringLiteral("Payload"), radio.payload);
-    items.Append(QStringLiteral("RepeatCount"), radio.repeatCount);
-    items.Append(QStringLiteral("RepeatInterval"), radio.repeatIntervalMs);
+    for (const TRadioTestSettings::IntField& field : TRadioTestSettings::kIntFields)
+        items.Append(QLatin1String(field.key), radio.*field.member);
+    items.Append(QLatin1String(TRadioTestSettings::kPayloadKey), radio.payload);
     WriteGroup(QStringLiteral("Radio"), items);
 }

@@ -108,7 +108,8 @@ private:
     ~TSettings();
     /// The parsed file, parsed again when it changed on disk since it was last read or written.
     QSettings& File() const;
-    void RememberFileState() const;
+    /// Notes the file's size and time; true when they differ from what was noted before.
+    bool RememberFileState() const;
     /// The stored value, or the default with a warning (once per key) when it is not allowed.
     QString Checked(const char* group, const char* key, const QString& value) const;
     void Warn(const QString& text) const;

@@ -1,6 +1,5 @@
 #pragma once
 #include <QString>
-#include <QStringList>
 
 /// The kind of a status line, for the status window's filter: errors, warnings, protocol traffic
 /// (commands, results, records, raw messages, the line between commands) and everything else (info).

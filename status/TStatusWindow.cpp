@@ -170,11 +170,10 @@ void TStatusWindow::FlushPending()
     m_pending.clear();
 }
 
-bool TStatusWindow::Passes(const Entry& entry) const
+bool TStatusWindow::Passes(const Entry& entry, const QString& port) const
 {
     if (!m_levels[entry.level]->isChecked())
         return false;
-    const QString port = m_device->currentData().toString();
     return port.isEmpty() || TStatusLevel::MentionsPort(entry.line, port);
 }
 
@@ -182,9 +181,10 @@ void TStatusWindow::Show(const QVector<Entry>& entries)
 {
     QStringList lines;
     QList<int> rules;
+    const QString port = m_device->currentData().toString();
     for (const Entry& entry : entries) {
         const bool rule = entry.ruleAbove || m_ruleShownNext;
-        if (!Passes(entry)) {
+        if (!Passes(entry, port)) {
             m_ruleShownNext = rule;   // a command began since the last line shown: the next one says so
             continue;
         }
@@ -208,7 +208,8 @@ void TStatusWindow::Show(const QVector<Entry>& entries)
 
 void TStatusWindow::Rebuild()
 {
-    FlushPending();
+    m_entries += m_pending;   // shown below with the rest
+    m_pending.clear();
     m_box->clear();
     m_ruleShownNext = false;
     Show(m_entries);
@@ -220,11 +221,6 @@ void TStatusWindow::SetLevelShown(TStatusLevel::Level level, bool shown)
 {
     if (level >= 0 && level < TStatusLevel::LevelCount)
         m_levels[level]->setChecked(shown);
-}
-
-bool TStatusWindow::IsLevelShown(TStatusLevel::Level level) const
-{
-    return level >= 0 && level < TStatusLevel::LevelCount && m_levels[level]->isChecked();
 }
 
 void TStatusWindow::AddDevice(const QString& port)
@@ -259,11 +255,7 @@ QString TStatusWindow::Text() const
 
 void TStatusWindow::OnClearStatusTable()
 {
-    m_pending.clear();
-    m_entries.clear();
-    m_ruleShownNext = false;
-    m_box->clear();
-    TStatusLog::Instance().Clear();
+    TStatusLog::Instance().Clear();   // its EvCleared empties the window
 }
 
 void TStatusWindow::OnSearchTextChanged(const QString& text)

@@ -42,7 +42,6 @@ public:
 
     /// Shows or hides the lines of a level.
     void SetLevelShown(TStatusLevel::Level level, bool shown);
-    bool IsLevelShown(TStatusLevel::Level level) const;
     /// Offers a port in the device filter (kept for the run, so that old lines can still be picked out).
     void AddDevice(const QString& port);
     QStringList Devices() const;
@@ -68,7 +67,7 @@ private:
     void OnCleared();
     void OnLogFileChanged(const QString& pathOrNa);
     void SelectMatch();
-    bool Passes(const Entry& entry) const;
+    bool Passes(const Entry& entry, const QString& port) const;
     /// Appends entries to the box, those the filters let through.
     void Show(const QVector<Entry>& entries);
     /// Fills the box anew from the kept lines (after a filter changed).

@@ -25,23 +25,6 @@ constexpr int kFrequencyRow = 3;
 constexpr int kRfFrequencyRow = 4;                      // display only, beside the word
 constexpr int kTableMinimumHeightPx = 240;
 
-// "Radio" settings key   member
-struct SettingField {
-    const char* key;
-    int TRadioTestSettings::*member;
-};
-const SettingField kSettingFields[] = {
-    {"TestMode",       &TRadioTestSettings::testMode},
-    {"PowerLevel",     &TRadioTestSettings::powerLevel},
-    {"Modulation",     &TRadioTestSettings::modulation},
-    {"Frequency",      &TRadioTestSettings::frequency},
-    {"Bandwidth",      &TRadioTestSettings::bandwidth},
-    {"Spreading",      &TRadioTestSettings::spreading},
-    {"ErrorCoding",    &TRadioTestSettings::errorCoding},
-    {"RepeatCount",    &TRadioTestSettings::repeatCount},
-    {"RepeatInterval", &TRadioTestSettings::repeatIntervalMs},
-};
-const char* const kPayload = "Payload";
 const char* const kRxTestPacket = "Rx Test Packet";
 
 /// "0x1F" hexadecimal, otherwise decimal: the numbers the input rules let through.
@@ -151,9 +134,9 @@ TNodeTestPage::TNodeTestPage(const QString& title, QWidget* parent)
     // The fields start as the user left them last time.
     const TRadioTestSettings settings = TSettings::Instance().RadioTest();
     TKeyValueList stored;
-    for (const SettingField& field : kSettingFields)
+    for (const TRadioTestSettings::IntField& field : TRadioTestSettings::kIntFields)
         stored.Append(QLatin1String(field.key), qint64(settings.*field.member));
-    stored.Append(QLatin1String(kPayload), settings.payload);
+    stored.Append(QLatin1String(TRadioTestSettings::kPayloadKey), settings.payload);
     m_radio->SetItems(stored, false);
     m_runRows->SetItems(stored, false);
     ShowFrequency();
@@ -202,11 +185,11 @@ void TNodeTestPage::Remember(const QStringList& keys)
     TKeyValueList values = m_radio->ReadKeyValues(keys);
     values += m_runRows->ReadKeyValues(keys);
     TRadioTestSettings settings = TSettings::Instance().RadioTest();
-    for (const SettingField& field : kSettingFields)
+    for (const TRadioTestSettings::IntField& field : TRadioTestSettings::kIntFields)
         if (values.Contains(QLatin1String(field.key)))
             settings.*field.member = Number(values.Value(QLatin1String(field.key)));
-    if (values.Contains(QLatin1String(kPayload)))
-        settings.payload = values.Value(QLatin1String(kPayload)).trimmed();
+    if (values.Contains(QLatin1String(TRadioTestSettings::kPayloadKey)))
+        settings.payload = values.Value(QLatin1String(TRadioTestSettings::kPayloadKey)).trimmed();
     TSettings::Instance().SetRadioTest(settings);
 }
 
