@@ -30,13 +30,10 @@ void Stm32CommandErase::send(QSerialPort* port, const QVariant& parameters)
 
 QByteArray Stm32CommandErase::ListFrame(int firstPage, int count) const
 {
-    QByteArray list(1, char(count - 1));
-    char check = char(count - 1);
-    for (int page = firstPage; page < firstPage + count; ++page) {
-        list.append(char(page));
-        check ^= char(page);
-    }
-    return list + check;
+    QByteArray pages;
+    for (int page = firstPage; page < firstPage + count; ++page)
+        pages.append(char(page));
+    return DataFrame(pages);
 }
 
 QByteArray Stm32CommandErase::MassEraseFrame() const

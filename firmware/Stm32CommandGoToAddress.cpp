@@ -12,7 +12,6 @@ void Stm32CommandGoToAddress::send(QSerialPort* port, const QVariant& parameters
 {
     m_port = port;
     m_address = parameters.toMap().value(QStringLiteral("StartAddress")).toUInt();
-    m_trailing.clear();
     qCDebug(lcStm32).noquote() << "command: go :" << QStringLiteral("0x%1").arg(m_address, 8, 16, QLatin1Char('0'));
     sendCommandFrame();
 }
@@ -37,18 +36,10 @@ void Stm32CommandGoToAddress::parse(const QByteArray& data)
     case 1:
         qCDebug(lcStm32).noquote() << "emit result Ready";
         m_subState = 2;
-        m_trailing = data.mid(1);
-        emit resultReady(m_address);
+        emit resultReady(data.mid(1));
         break;
     default:
         qCDebug(lcStm32).noquote() << "unexpected state";
         break;
     }
-}
-
-QByteArray Stm32CommandGoToAddress::TakeTrailingBytes()
-{
-    QByteArray bytes;
-    bytes.swap(m_trailing);
-    return bytes;
 }

@@ -2,8 +2,8 @@
 #include "firmware/Stm32CommandBase.h"
 
 /// Go (0x21): command, address frame; the second ACK means the device jumps to the address.
-/// Parameter "StartAddress"; the result is that address. The started application may speak at once,
-/// so its first bytes can share a read with that ACK: they are kept for whoever talks to it next.
+/// Parameter "StartAddress". The started application may speak at once, so its first bytes can share
+/// a read with that ACK: the result is those bytes, for whoever talks to it next.
 class Stm32CommandGoToAddress : public Stm32CommandBase
 {
     Q_OBJECT
@@ -14,10 +14,7 @@ public:
     /// Any frame that starts with ACK.
     bool checkFrame(const QByteArray& frame) override;
     void parse(const QByteArray& data) override;
-    /// What followed the last ACK (the application's first bytes), handed over once.
-    QByteArray TakeTrailingBytes();
 
 private:
     quint32 m_address = 0;
-    QByteArray m_trailing;
 };

@@ -91,7 +91,6 @@ TBootloaderCtrl::~TBootloaderCtrl()
 
 void TBootloaderCtrl::SetStep(Step step)
 {
-    m_step = step;
     emit EvStep(step);
 }
 
@@ -111,7 +110,7 @@ void TBootloaderCtrl::Run(const Request& request)
     m_outcome = Outcome();
     m_running = true;
     m_cancel = m_connected = m_erased = m_restoring = m_pinsSet = false;
-    m_done = m_total = 0;
+    m_total = 0;
     m_trailing.clear();
     m_clock.start();
     // Every step runs from the event loop, never inside the caller.
@@ -338,7 +337,6 @@ void TBootloaderCtrl::OnPageWritten()
         return;
     const quint32 length = m_plan.Blocks().at(m_block).length;
     m_outcome.bytesWritten += length;
-    m_done += length;
     Progress();
     ++m_block;
     if (!CancelRequested())
@@ -376,7 +374,6 @@ void TBootloaderCtrl::OnPageRead(quint32 memoryAddr, QByteArray data)
         return;
     }
     m_outcome.bytesVerified += block.length;
-    m_done += block.length;
     Progress();
     ++m_block;
     if (!CancelRequested())
@@ -385,8 +382,9 @@ void TBootloaderCtrl::OnPageRead(quint32 memoryAddr, QByteArray data)
 
 void TBootloaderCtrl::Progress()
 {
-    emit EvBytes(m_done, m_total);
-    emit onUpdateProgress(m_total ? uint(m_done * 100 / m_total) : 0u);
+    const quint64 done = m_outcome.bytesWritten + m_outcome.bytesVerified;
+    emit EvBytes(done, m_total);
+    emit onUpdateProgress(m_total ? uint(done * 100 / m_total) : 0u);
 }
 
 void TBootloaderCtrl::StartApplication()

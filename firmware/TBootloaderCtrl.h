@@ -113,9 +113,7 @@ public:
     void ConfirmIdentity();
 
     bool IsRunning() const { return m_running; }
-    Step CurrentStep() const { return m_step; }
     const Outcome& Result() const { return m_outcome; }
-    const TFirmwareImage& Image() const { return m_image; }
     const TFlashPlan& Plan() const { return m_plan; }
     /// The STM32 bootloader (tests shorten its time-outs through it).
     TBootloaderIF* Bootloader() const { return m_bootloader; }
@@ -171,7 +169,6 @@ private:
     Request m_request;
     Outcome m_outcome;
     QElapsedTimer m_clock;
-    Step m_step = StepIdle;
     bool m_running = false;
     bool m_cancel = false;
     bool m_connected = false;
@@ -183,7 +180,6 @@ private:
     QByteArray m_flash;           ///< the image placed in an erased flash
     quint32 m_flashStart = 0;
     int m_block = 0;
-    quint64 m_done = 0;
     quint64 m_total = 0;
     QByteArray m_trailing;        ///< the application's first bytes, read with the answer to Go
     QPointer<TVeltoLRHCI> m_link; ///< the HCI link while one is open (Cancel closes it)

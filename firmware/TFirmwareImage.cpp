@@ -56,7 +56,6 @@ TFirmwareImage::~TFirmwareImage() = default;
 TFirmwareImage::LoadResult TFirmwareImage::Load(const QString& path)
 {
     m_loaded = false;
-    m_path = path;
     m_info = TImageInfo();
     m_identity = TFirmwareIdentity();
     m_error.clear();

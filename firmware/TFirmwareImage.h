@@ -18,7 +18,6 @@ struct TFirmwareIdentity
     QString version;   ///< "3.1"
     QString build;     ///< "140"
 
-    bool IsKnown() const { return !version.isEmpty(); }
     /// "Velto_LoRaWAN V3.1 build 140" ("n.a." when nothing is known).
     QString Text() const;
     /// The identity a module reports in its firmware information ("FWName", "FWVersion", "BuildCount").
@@ -41,9 +40,7 @@ public:
     /// Unreadable (with ErrorText(): a missing file, or the line that does not read) or Empty
     /// (no byte other than 0xFF) leave no image.
     LoadResult Load(const QString& path);
-    bool IsLoaded() const { return m_loaded; }
     QString ErrorText() const { return m_error; }
-    QString Path() const { return m_path; }
     const TImageInfo& Info() const { return m_info; }
     /// Target address of the first and last byte that carries data.
     quint32 FirstAddress() const { return m_info.base + m_info.lowest; }
@@ -64,7 +61,6 @@ private:
     QByteArray m_span;
     TImageInfo m_info;
     TFirmwareIdentity m_identity;
-    QString m_path;
     QString m_error;
     bool m_loaded = false;
 };

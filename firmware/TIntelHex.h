@@ -13,7 +13,6 @@ public:
     static constexpr quint32 kSpanBytes = 0x100000;    ///< one image covers at most 1 MiB
     static constexpr quint32 kSpanMask = 0xFFFFF;      ///< buffer offsets cover 1 MiB
     static constexpr quint32 kBaseMask = 0xFFF00000;   ///< address bits that give the span base
-    static constexpr int kMaxDataBytes = 255;          ///< the byte count field's largest value
     static constexpr int kRecordBytes = 512;           ///< any count (0..255) plus header and checksum fits
     static constexpr quint32 kWriteLineBytes = 16;     ///< data bytes per written line
     static constexpr quint32 kWriteBlockBytes = 0x8000; ///< all-0xFF blocks of this size are not written

@@ -305,9 +305,8 @@ void TSTM32Bootloader::OnUnprotectResultReady(QVariant data)
 
 void TSTM32Bootloader::OnGoToAddressResultReady(QVariant data)
 {
-    Q_UNUSED(data)
     m_gone = true;
-    m_trailing = static_cast<Stm32CommandGoToAddress*>(m_commands.value(CmdGo))->TakeTrailingBytes();
+    m_trailing = data.toByteArray();
     m_current = m_commands.value(CmdNull);
     emit Gone();
 }

@@ -158,7 +158,6 @@ TFirmwareUpdateDialog::TFirmwareUpdateDialog(QWidget* parent)
     connect(&m_ctrl, &TBootloaderCtrl::onDeviceStatus, this, &TFirmwareUpdateDialog::OnDeviceStatus);
     connect(&m_ctrl, &TBootloaderCtrl::onFirmwareStatus, this, &TFirmwareUpdateDialog::OnFirmwareStatus);
     connect(&m_ctrl, &TBootloaderCtrl::onUpdateStatus, this, &TFirmwareUpdateDialog::OnUpdateStatus);
-    connect(&m_ctrl, &TBootloaderCtrl::onUpdateProgress, this, &TFirmwareUpdateDialog::OnUpdateProgress);
     connect(&m_ctrl, &TBootloaderCtrl::onApplicationStarted, this, &TFirmwareUpdateDialog::OnApplicationStarted);
     connect(&m_ctrl, &TBootloaderCtrl::EvStep, this, &TFirmwareUpdateDialog::OnStep);
     connect(&m_ctrl, &TBootloaderCtrl::EvBytes, this, &TFirmwareUpdateDialog::OnBytes);
@@ -523,14 +522,6 @@ void TFirmwareUpdateDialog::OnUpdateStatus(TBootloaderCtrl::StatusCode statusCod
     Trace(QStringLiteral("OnUpdateStatus: ") + TBootloaderCtrl::StatusText(statusCode));
     if (statusCode == TBootloaderCtrl::Success)
         SetState(StateClosingBootloader);
-}
-
-void TFirmwareUpdateDialog::OnUpdateProgress(uint progress)
-{
-    // The bar follows the bytes (OnBytes), a few times a second.
-    Q_UNUSED(progress)
-    if (!m_progressTimer.isActive())
-        m_progressTimer.start();
 }
 
 void TFirmwareUpdateDialog::OnBytes(quint64 done, quint64 total)

@@ -79,7 +79,6 @@ private slots:
     void OnDeviceStatus(TBootloaderCtrl::StatusCode statusCode);
     void OnFirmwareStatus(TBootloaderCtrl::StatusCode statusCode);
     void OnUpdateStatus(TBootloaderCtrl::StatusCode statusCode);
-    void OnUpdateProgress(uint progress);
     void OnApplicationStarted();
     void OnStep(TBootloaderCtrl::Step step);
     void OnBytes(quint64 done, quint64 total);

@@ -11,7 +11,7 @@
 #include "TestEnvironment.h"
 #include "sap/LoRaWANLayouts.h"
 #include "sap/TVeltoLRLoRaWAN.h"
-#include "tools/cli/TRegTable.h"
+#include "devices/TRegTable.h"
 #include "tools/sim/TSimDeviceMgmt.h"
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"

@@ -20,7 +20,6 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TExtLoRaWANEndNode.h"
 #include "devices/TLoRaWANEndNode.h"
-#include "firmware/TFirmwareSupport.h"
 #include "hci/TVeltoLRHCI.h"
 #include "sap/TFieldLayout.h"
 #include "sap/TDataLinkSAP.h"

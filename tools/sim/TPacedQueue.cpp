@@ -43,11 +43,3 @@ qint64 TPacedQueue::NextDueNs() const
     const int upTo = qMin(segment.bytes.size(), segment.taken + kChunkBytes);
     return segment.startNs + upTo * m_byteNs;
 }
-
-int TPacedQueue::Size() const
-{
-    int size = 0;
-    for (const Segment& segment : m_segments)
-        size += segment.bytes.size() - segment.taken;
-    return size;
-}

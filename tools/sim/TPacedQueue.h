@@ -20,8 +20,6 @@ public:
     QByteArray TakeAll();
     /// When the next chunk is through; -1 when nothing waits.
     qint64 NextDueNs() const;
-    int Size() const;
-    bool IsEmpty() const { return m_segments.isEmpty(); }
 
 private:
     struct Segment

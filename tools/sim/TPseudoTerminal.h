@@ -28,11 +28,10 @@ public:
     /// Queues bytes for the line; with pacing on they leave at the given line rate.
     void Write(const QByteArray& bytes);
     /// bitsPerByte 10 for 8N1, 11 for 8E1; baud 0 turns pacing off. Pacing works both ways: what the
-    /// port writes also arrives no faster than the line could carry it. Each byte is handed on when
-    /// its last bit is through, to the microsecond (a timerfd, not a millisecond timer), so that a
+    /// port writes also arrives no faster than the line could carry it. Bytes are handed on in chunks
+    /// of up to 32, each when its last bit is through, to the microsecond (a timerfd, not a millisecond timer), so that a
     /// paced exchange of short frames takes its wire time and not a timer tick per frame.
     void SetPacing(int baud, int bitsPerByte);
-    qint64 PendingOutput() const { return m_out.size() + m_outQueue.Size(); }
 
 signals:
     void DataReceived(const QByteArray& bytes);

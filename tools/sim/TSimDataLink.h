@@ -64,7 +64,6 @@ public:
 
     /// The shared air this radio is on (null: alone); TSimAir::Join sets it.
     void SetAir(TSimAir* air);
-    TSimAir* Air() const { return m_air; }
     /// The air reports the end of this module's transmission: the transmit event, and for a
     /// confirmed message the start of the wait for its acknowledgement.
     void TransmissionEnded(const TSimRadioFrame& frame, quint32 airTimeMs);

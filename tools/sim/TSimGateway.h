@@ -28,9 +28,6 @@ public:
     bool Listen(quint16 port, QString* error = nullptr);
     quint16 Port() const;
 
-    void SetAnswer(Answer answer) { m_answer = answer; }
-    /// The codes each call is answered with, unknown ones included.
-    void SetCodes(const QList<int>& codes) { m_codes = codes; }
     /// "status", "none", "garbage" or a list of codes such as "0,1,999"; false for anything else.
     bool SetAnswerMode(const QString& mode);
 
