@@ -56,7 +56,7 @@ int main(int argc, char* argv[])
         traffic->Start(2);
     }
     // Once joined or activated, the demo network sends a downlink now and then: the LoRaWAN pages show Rx rows.
-    if (auto* lw = demo ? dynamic_cast<TSimLoRaWAN*>(demo->Service(TSimLoRaWAN::kSapId)) : nullptr)
+    if (auto* lw = demo ? demo->ServiceOf<TSimLoRaWAN>() : nullptr)
         lw->SetPeriodicDownlink(15000, 10, {QByteArray("Hello"), QByteArray::fromHex("0102030405")});
     if (demo) {
         // A newcomer lands on the module's information as soon as it is found.

@@ -35,7 +35,7 @@ int main(int argc, char** argv)
     int received = 0;
     QObject::connect(&node, &TLoRaWANEndNode::EvLoRaWAN_RxEvent, [&received](const TKeyValueList&) { ++received; });
 
-    auto* lorawan = static_cast<TSimLoRaWAN*>(sim.Service(TSimLoRaWAN::kSapId));
+    auto* lorawan = sim.ServiceOf<TSimLoRaWAN>();
     constexpr int kSeconds = 5;
     constexpr int kEventsPerSecond = 1000;
     int sent = 0;

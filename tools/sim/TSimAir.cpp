@@ -79,7 +79,7 @@ TSimAir::~TSimAir()
 
 bool TSimAir::Join(TSimModule& module)
 {
-    auto* station = dynamic_cast<TSimDataLink*>(module.Service(TSimDataLink::kSapId));
+    auto* station = module.ServiceOf<TSimDataLink>();
     if (!station)
         return false;
     if (!m_stations.contains(station)) {
@@ -111,8 +111,8 @@ QPair<const TSimDataLink*, const TSimDataLink*> TSimAir::Pair(const TSimDataLink
 
 bool TSimAir::SetPathLoss(TSimModule& a, TSimModule& b, int dB)
 {
-    auto* sa = dynamic_cast<TSimDataLink*>(a.Service(TSimDataLink::kSapId));
-    auto* sb = dynamic_cast<TSimDataLink*>(b.Service(TSimDataLink::kSapId));
+    auto* sa = a.ServiceOf<TSimDataLink>();
+    auto* sb = b.ServiceOf<TSimDataLink>();
     if (!m_stations.contains(sa) || !m_stations.contains(sb))
         return false;
     m_pathLossDb.insert(Pair(sa, sb), dB);

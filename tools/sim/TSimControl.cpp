@@ -10,6 +10,7 @@
 #include "base/THexText.h"
 #include "sap/LoRaWANLayouts.h"
 #include "sap/TFieldLayout.h"
+#include "sap/TVeltoLRSAP.h"
 #include "tools/sim/TSimLoRaWAN.h"
 #include "tools/sim/TSimModule.h"
 
@@ -37,7 +38,6 @@ const TSimControl::Command TSimControl::kCommands[] = {
 };
 
 namespace {
-constexpr quint8 kMaxLoRaPort = 223;
 constexpr int kMaxPayloadBytes = 255;
 constexpr quint8 kMaxLinkDisconnectReason = 1;
 constexpr double kMinDownlinkSeconds = 0.1;
@@ -64,8 +64,8 @@ bool ParseNumber(const QString& text, quint64 maximum, quint64& value)
 bool ParseData(const QString& portText, const QString& hexText, quint8& port, QByteArray& payload, QString& reason)
 {
     quint64 value = 0;
-    if (!ParseNumber(portText, kMaxLoRaPort, value) || value == 0) {
-        reason = QStringLiteral("LoRa port \"%1\" is not 1..%2").arg(portText).arg(kMaxLoRaPort);
+    if (!ParseNumber(portText, TSimLoRaWAN::kMaxLoRaPort, value) || value == 0) {
+        reason = QStringLiteral("LoRa port \"%1\" is not 1..%2").arg(portText).arg(TSimLoRaWAN::kMaxLoRaPort);
         return false;
     }
     port = quint8(value);
@@ -133,7 +133,7 @@ QString TSimControl::Execute(const QString& line)
 
 TSimLoRaWAN* TSimControl::LoRaWAN() const
 {
-    return dynamic_cast<TSimLoRaWAN*>(m_module.Service(TSimLoRaWAN::kSapId));
+    return m_module.ServiceOf<TSimLoRaWAN>();
 }
 
 QString TSimControl::NotActive() const
@@ -186,8 +186,8 @@ QString TSimControl::Multicast(const QStringList& args)
     QString reason;
     if (!ParseData(args.at(1), args.at(2), port, payload, reason))
         return Error(reason);
-    if (!NotActive().isEmpty())
-        return NotActive();
+    if (const QString refusal = NotActive(); !refusal.isEmpty())
+        return refusal;
     LoRaWAN()->InjectMulticastData(int(group), port, payload);
     return Info(QStringLiteral("multicast data sent to group %1 (%2)").arg(group).arg(DataText(port, payload, false)));
 }
@@ -197,8 +197,8 @@ QString TSimControl::Mac(const QStringList& args)
     QByteArray command;
     if (!TFieldLayout::ParseHexBytes(args.at(0), command) || command.isEmpty() || command.size() > kMaxPayloadBytes)
         return Error(QStringLiteral("\"%1\" is not a MAC command of hex octets, CID first").arg(args.at(0)));
-    if (!NotActive().isEmpty())
-        return NotActive();
+    if (const QString refusal = NotActive(); !refusal.isEmpty())
+        return refusal;
     LoRaWAN()->InjectMacCommand(command);
     return Info(QStringLiteral("MAC command sent: ") + TFieldLayout::HexOctets(command));
 }
@@ -208,8 +208,8 @@ QString TSimControl::Invalid(const QStringList& args)
     quint64 code = 0;
     if (!ParseNumber(args.at(0), 0xFF, code))
         return Error(QStringLiteral("error code \"%1\" is not 0..255").arg(args.at(0)));
-    if (!NotActive().isEmpty())
-        return NotActive();
+    if (const QString refusal = NotActive(); !refusal.isEmpty())
+        return refusal;
     LoRaWAN()->InjectInvalidData(quint8(code));
     return Info(QStringLiteral("invalid frame reported (error code %1)").arg(THexText::Prefixed(code, 2)));
 }
@@ -219,8 +219,8 @@ QString TSimControl::LinkDisconnect(const QStringList& args)
     quint64 reason = 0;
     if (!args.isEmpty() && !ParseNumber(args.at(0), kMaxLinkDisconnectReason, reason))
         return Error(QStringLiteral("reason \"%1\" is not 0..%2").arg(args.at(0)).arg(kMaxLinkDisconnectReason));
-    if (!NotActive().isEmpty())
-        return NotActive();
+    if (const QString refusal = NotActive(); !refusal.isEmpty())
+        return refusal;
     LoRaWAN()->InjectLinkDisconnect(quint8(reason));
     return Info(QStringLiteral("link disconnected (reason %1)").arg(reason));
 }
@@ -243,10 +243,7 @@ QString TSimControl::Status(const QStringList&)
     const TSimLoRaWAN* lw = LoRaWAN();
     if (!lw)
         return NotActive();
-    QString text = QStringLiteral("Unsupported ID(%1)").arg(lw->Status());
-    for (const TCodeTableEntry* row = LoRaWANLayouts::kNetworkStatusTexts; row->text; ++row)
-        if (row->code == lw->Status())
-            text = QLatin1String(row->text);
+    QString text = TVeltoLRSAP::CodeLookup(LoRaWANLayouts::kNetworkStatusTexts, lw->Status());
     if (lw->Active())
         text += QStringLiteral(", device address ") + lw->DeviceAddress();
     return Info(QStringLiteral("network status: %1; %2 downlinks queued").arg(text).arg(lw->QueuedDownlinks()));

@@ -97,13 +97,12 @@ void TSimDataLink::Later(int ms, std::function<void()> action)
 
 TSimCounters* TSimDataLink::Counters() const
 {
-    auto* dm = dynamic_cast<TSimDeviceMgmt*>(m_module.Service(TSimDeviceMgmt::kSapId));
-    return dm ? &dm->Counters() : nullptr;
+    return TSimDeviceMgmt::CountersOf(m_module);
 }
 
 QDateTime TSimDataLink::ModuleTime() const
 {
-    auto* dm = dynamic_cast<TSimDeviceMgmt*>(m_module.Service(TSimDeviceMgmt::kSapId));
+    auto* dm = m_module.ServiceOf<TSimDeviceMgmt>();
     return dm ? dm->Now() : QDateTime::currentDateTime();
 }
 

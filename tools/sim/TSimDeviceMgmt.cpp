@@ -259,7 +259,7 @@ void TSimDeviceMgmt::Restart()
 
 TSimCounters* TSimDeviceMgmt::CountersOf(const TSimModule& module)
 {
-    auto* dm = dynamic_cast<TSimDeviceMgmt*>(module.Service(kSapId));
+    auto* dm = module.ServiceOf<TSimDeviceMgmt>();
     return dm ? &dm->Counters() : nullptr;
 }
 

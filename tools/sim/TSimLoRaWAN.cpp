@@ -127,8 +127,7 @@ void TSimLoRaWAN::Later(int ms, std::function<void()> action)
 
 TSimCounters* TSimLoRaWAN::Counters() const
 {
-    auto* dm = dynamic_cast<TSimDeviceMgmt*>(m_module.Service(TSimDeviceMgmt::kSapId));
-    return dm ? &dm->Counters() : nullptr;
+    return TSimDeviceMgmt::CountersOf(m_module);
 }
 
 quint32 TSimLoRaWAN::GpsSeconds()

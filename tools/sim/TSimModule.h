@@ -45,6 +45,9 @@ public:
     TSimIdentity& Identity() { return m_identity; }
     void AddService(std::unique_ptr<TSimService> service);
     TSimService* Service(quint8 sapId) const;
+    /// The service of that class, if the module has it.
+    template <class T>
+    T* ServiceOf() const { return dynamic_cast<T*>(Service(T::kSapId)); }
     /// Tells every service that the module restarted (reset, or the application started again).
     void RestartServices();
 

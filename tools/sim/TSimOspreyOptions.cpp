@@ -65,7 +65,7 @@ namespace {
 /// The identity is set after the module was made: its radio's factory address follows it.
 void ResetRadio(TSimModule& module)
 {
-    if (auto* link = dynamic_cast<TSimDataLink*>(module.Service(TSimDataLink::kSapId)))
+    if (auto* link = module.ServiceOf<TSimDataLink>())
         link->ResetRadioConfig();
 }
 }

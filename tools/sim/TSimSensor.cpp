@@ -39,7 +39,7 @@ quint8 TSimSensor::Mode() const
 
 TSimDataLink* TSimSensor::DataLink() const
 {
-    return dynamic_cast<TSimDataLink*>(m_module.Service(TSimDataLink::kSapId));
+    return m_module.ServiceOf<TSimDataLink>();
 }
 
 QByteArray TSimSensor::Header(bool trailer, quint8 dstGroup, quint16 dstDevice, quint8 srcGroup, quint16 srcDevice) const

@@ -76,8 +76,8 @@ void TSimTraffic::EmitOne()
     m_snr[index] = qBound(source.snrDb - kSnrSpanDb, m_snr[index] + m_random.bounded(-1, 2), source.snrDb + kSnrSpanDb);
     const quint16 counter = ++m_counters[index];
 
-    auto* link = dynamic_cast<TSimDataLink*>(m_module.Service(TSimDataLink::kSapId));
-    auto* sensor = dynamic_cast<TSimSensor*>(m_module.Service(TSimSensor::kSapId));
+    auto* link = m_module.ServiceOf<TSimDataLink>();
+    auto* sensor = m_module.ServiceOf<TSimSensor>();
     if (!link)
         return;
     if (source.sensor && sensor && sensor->Mode() == SensorLayouts::kModeReceiver) {

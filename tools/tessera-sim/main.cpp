@@ -134,7 +134,7 @@ int main(int argc, char* argv[])
         module.Bootloader().SetDevice(quint16(value));
     }
     module.Bootloader().SetExtendedErase(!parser.isSet(noExtErase));
-    auto* production = static_cast<TSimProductionSupport*>(module.Service(TSimProductionSupport::kSapId));
+    auto* production = module.ServiceOf<TSimProductionSupport>();
     if (parser.isSet(testLoss)) {
         bool ok = false;
         const int percent = parser.value(testLoss).toInt(&ok);
