@@ -87,12 +87,8 @@ const TConfigSetting* Find(const QString& setCommand)
 
 QStringList Fields(const TConfigSetting& setting)
 {
-    QStringList fields;
-    for (const TFieldLayoutEntry* entry = setting.layout; entry->name; ++entry) {
-        const QString name = TFieldLayout::FieldName(entry->name);
-        if (name != QLatin1String("Reserved") && name != FixedField(setting) && !fields.contains(name))
-            fields << name;
-    }
+    QStringList fields = TFieldLayout::ParameterNames(setting.layout);
+    fields.removeAll(FixedField(setting));
     return fields;
 }
 

@@ -51,9 +51,6 @@ public:
     QStringList Settings() const;
     /// The parameter records of a setting (several for a repeated one).
     QList<TKeyValueList> Entries(const QString& setCommand) const { return m_settings.value(setCommand); }
-    /// Leaves a setting out (a page may let the user choose what to apply).
-    void RemoveSetting(const QString& setCommand) { m_settings.remove(setCommand); }
-    Options ExportOptions() const { return m_options; }
     /// Where the template came from: "DeviceType", "FWName", "FWVersion" (and "DeviceID" with device values).
     TKeyValueList Source() const { return m_source; }
 

@@ -128,7 +128,6 @@ QStringList TDeviceManager::PortsMatching(const QString& pattern) const
 void TDeviceManager::Enumerate()
 {
     m_ports = m_source->Enumerate();
-    ++m_enumerations;
     m_enumerationWanted = false;
 }
 

@@ -52,8 +52,6 @@ public:
     bool IsTicking() const { return m_tickTimer.isActive(); }
     /// One discovery tick (the timer calls it; tests and the command-line tool may too).
     void DiscoveryTick();
-    /// Enumerations of the system's ports so far.
-    quint32 Enumerations() const { return m_enumerations; }
     /// Discovery ticks so far.
     quint32 Ticks() const { return m_ticks; }
 
@@ -101,8 +99,6 @@ public:
     QStringList BlockedPorts() const { return m_policy.Blocked(); }
     QStringList UsedPorts() const { return m_used; }
     QStringList PendingPorts() const { return m_policy.Pending(); }
-    /// Back-off steps before a blocked port is tried again (tests shorten them).
-    void SetBackoff(const QList<int>& stepsMs) { m_policy.SetBackoff(stepsMs); }
 
     /// Present ports: the last enumeration's, plus hand-added ports that exist (pseudo-terminals are never listed by the system).
     QStringList PresentPorts() const;
@@ -163,7 +159,6 @@ private:
     QTimer m_enumerateTimer;
     QElapsedTimer m_clock;
     QString m_summary;
-    quint32 m_enumerations = 0;
     quint32 m_ticks = 0;
     bool m_running = false;
     bool m_inTick = false;

@@ -13,10 +13,7 @@ namespace {
 const int kBackoffSteps[] = {5000, 10000, 20000, 40000, 80000, 160000, 300000};
 }
 
-TDiscoveryPolicy::TDiscoveryPolicy()
-    : m_backoffMs(std::begin(kBackoffSteps), std::end(kBackoffSteps))
-{
-}
+TDiscoveryPolicy::TDiscoveryPolicy() = default;
 
 QStringList TDiscoveryPolicy::Matching(const TPortSource::Ports& ports, const QString& pattern)
 {
@@ -175,9 +172,7 @@ void TDiscoveryPolicy::DropVanished(const QStringList& candidates)
 
 int TDiscoveryPolicy::BackoffMs(int blocks) const
 {
-    if (m_backoffMs.isEmpty())
-        return 0;
-    return m_backoffMs.at(std::min(blocks, int(m_backoffMs.size()) - 1));
+    return kBackoffSteps[std::min(blocks, int(std::size(kBackoffSteps)) - 1)];
 }
 
 TDiscoveryPolicy::Decision TDiscoveryPolicy::ProbeFailed(const QString& port, qint64 clockMs)
@@ -240,11 +235,6 @@ void TDiscoveryPolicy::Reset()
             it = m_records.erase(it);
         }
     }
-}
-
-void TDiscoveryPolicy::SetBackoff(const QList<int>& stepsMs)
-{
-    m_backoffMs = stepsMs;
 }
 
 QStringList TDiscoveryPolicy::PortsIn(Phase phase) const

@@ -79,8 +79,6 @@ public:
     void Forget(const QString& port);
     /// Every blocked or pending port starts afresh.
     void Reset();
-    /// Back-off steps in ms; the last one repeats.
-    void SetBackoff(const QList<int>& stepsMs);
 
     QStringList Pending() const;
     QStringList Blocked() const;
@@ -120,5 +118,4 @@ private:
     QSet<QString> m_refused;
     Snapshot m_now;
     bool m_unsettled = false;
-    QList<int> m_backoffMs;
 };

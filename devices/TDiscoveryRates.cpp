@@ -1,7 +1,5 @@
 #include "devices/TDiscoveryRates.h"
 
-#include <algorithm>
-
 #include "hci/TVeltoLRHCI.h"
 #include "settings/TSettings.h"
 
@@ -11,8 +9,6 @@ const char* const kDiscoveryKey = "DiscoveryBaudrates";
 const char* const kBaudrateKey = "Baudrate";
 constexpr int kMinSelectableBaud = 9600;
 constexpr int kMaxSelectableBaud = 115200;
-// Defaults: 57600 and 115200 only.
-const int kDefaultRates[] = {57600, 115200};
 
 struct RateFlags {
     QList<bool> on;
@@ -62,13 +58,10 @@ void Load()
     RateFlags& f = State();
     f.loaded = true;
     f.on.clear();
-    for (int rate : Rates())
-        f.on << (std::find(std::begin(kDefaultRates), std::end(kDefaultRates), rate) != std::end(kDefaultRates));
-    // An invalid stored list reads as the default (with a warning), never as "no rate at all".
+    // An invalid or empty stored list reads as the default (with a warning), never as "no rate at all".
     const QStringList stored = TSettings::Instance().DiscoveryBaudrates();
-    if (!stored.isEmpty())
-        for (int i = 0; i < Rates().size(); ++i)
-            f.on[i] = stored.contains(QString::number(Rates()[i]));
+    for (int rate : Rates())
+        f.on << stored.contains(QString::number(rate));
     TSettings::Instance().WriteList(QString::fromLatin1(kGroup), QString::fromLatin1(kDiscoveryKey), EnabledTexts());
 }
 

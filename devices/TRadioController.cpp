@@ -4,6 +4,7 @@
 #include <QTimerEvent>
 
 #include "devices/TDeviceManager.h"
+#include "devices/TDiscoveryPolicy.h"
 #include "devices/TDiscoveryRates.h"
 #include "sap/TTraceSAP.h"
 #include "sap/TVeltoLRDeviceMgmt.h"
@@ -160,7 +161,7 @@ bool TRadioController::RetryOutstanding()
     if (!m_link)
         return false;
     ++m_attempts;
-    if (m_attempts > 3 * TDiscoveryRates::Count())
+    if (m_attempts > TDiscoveryPolicy::kRetriesPerRate * TDiscoveryRates::Count())
         return false;
     m_discoveryIndex = TDiscoveryRates::PreviousIndex(m_discoveryIndex < 0 ? TDiscoveryRates::FirstIndex() : m_discoveryIndex);
     return true;

@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "base/THexText.h"
+
 namespace {
 // Data sheet constants.
 constexpr double kSx127xCrystalHz = 32e6;             // FXOSC
@@ -51,7 +53,7 @@ QString HexValue(quint32 value, int bytes)
 {
     QStringList parts;
     for (int i = bytes - 1; i >= 0; --i)
-        parts << QStringLiteral("0x%1").arg((value >> (8 * i)) & 0xFF, 2, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x"));
+        parts << THexText::Prefixed((value >> (8 * i)) & 0xFF, 2);
     return parts.join(QStringLiteral(", "));
 }
 

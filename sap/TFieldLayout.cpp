@@ -154,16 +154,15 @@ int Decode(const TFieldLayoutEntry* layout, const QByteArray& payload, int offse
 int Decode(const TFieldLayoutEntry* layout, const quint8* payload, int length, int offset, TKeyValueList& record)
 {
     for (; layout && layout->name && offset <= length; ++layout) {
+        const FieldType type = ParseType(layout->type);
+        const QString name = FieldName(layout->name);
         if (offset == length) {
             // Data of variable length that the payload leaves empty is there, only empty: the
             // record then packs into the same bytes again.
-            const FieldType type = ParseType(layout->type);
             if (type.kind == Kind::Octets && type.size > kMaxFixedOctets && !QLatin1String(layout->name).contains(QLatin1String("Optional:")))
-                record.Append(FieldName(layout->name), QString());
+                record.Append(name, QString());
             break;
         }
-        const FieldType type = ParseType(layout->type);
-        const QString name = FieldName(layout->name);
         const int left = length - offset;
         const quint8* p = payload + offset;
         if (type.kind == Kind::Invalid)

@@ -11,7 +11,6 @@
 class TLoRaWANConfig
 {
 public:
-    static constexpr const char* kFileName = "Velto_LoRaWAN_Config.json";
     static constexpr int kMaxSubBands = 24;        ///< three mask fields of eight bits
     static constexpr int kSubBandsPerMask = 8;
     static constexpr int kMaxRegionId = 31;        ///< a region is bit RegionID of the 32-bit RegionMask

@@ -49,7 +49,7 @@ struct TSignalPoint
 ///
 /// - Counters and per-source statistics cover everything added since Clear().
 /// - Points keep the last WindowMinutes() of host time, measured back from the newest point (or
-///   from Trim(now)), and at most MaxPoints(); older ones are dropped from the front.
+///   from Trim(now)), and at most the number set by SetMaxPoints(); older ones are dropped from the front.
 /// - Paused: records still count, but no point is appended and none is dropped, so the plot
 ///   stays as it was until Resume.
 class TSignalStats
@@ -82,11 +82,9 @@ public:
     void SetWindowMinutes(int minutes);
     int WindowMinutes() const { return m_windowMinutes; }
     void SetMaxPoints(int points);
-    int MaxPoints() const { return m_maxPoints; }
     /// Drops the points that left the window at `nowMs` (unless paused).
     void Trim(qint64 nowMs);
     void SetPaused(bool paused) { m_paused = paused; }
-    bool Paused() const { return m_paused; }
 
     int PointCount() const { return m_pointCount; }
     /// Sources that have kept points, ordered by address.
