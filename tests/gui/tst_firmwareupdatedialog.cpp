@@ -428,11 +428,5 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment::IsolateUserDirectories();
-    QApplication app(argc, argv);
-    TestFirmwareUpdateDialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+TESSERA_TEST_MAIN_WITH(QApplication, TestFirmwareUpdateDialog)
 #include "tst_firmwareupdatedialog.moc"
