@@ -6,10 +6,11 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+
+#include "FuzzSupport.h"
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -45,8 +46,7 @@ int main(int argc, char** argv)
         }
         // An exact-size copy, so that a read past the end is a read past the allocation.
         const QByteArray bytes = file.readAll();
-        std::unique_ptr<uint8_t[]> data(new uint8_t[bytes.size() ? bytes.size() : 1]);
-        std::copy(bytes.begin(), bytes.end(), data.get());
+        const std::unique_ptr<quint8[]> data = FuzzSupport::ExactCopy(reinterpret_cast<const quint8*>(bytes.constData()), size_t(bytes.size()));
         LLVMFuzzerTestOneInput(data.get(), size_t(bytes.size()));
     }
     std::printf("%d inputs replayed\n", int(files.size()));

@@ -2,10 +2,10 @@
 // What the fuzz targets share: a failed property aborts (libFuzzer keeps the input), inputs become
 // exact-size heap buffers or files, and the tail of a fixed message buffer is made unreadable.
 #include <QByteArray>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QString>
+#include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
@@ -63,20 +63,16 @@ private:
     std::unique_ptr<HCIMessage> m_message;
 };
 
-/// Writes the input to a file of its own (one per target, reused) and returns its path.
+/// Writes the input to a file of its own (one per target, reused, in a folder removed at exit) and
+/// returns its path.
 inline QString AsFile(const quint8* data, size_t size, const char* name)
 {
-    static const QString directory = [] {
-        const QString path = QDir::tempPath() + QStringLiteral("/tessera-fuzz-%1").arg(QCoreApplication::applicationPid());
-        QDir().mkpath(path);
-        return path;
-    }();
-    const QString path = directory + QLatin1Char('/') + QLatin1String(name);
+    static const QTemporaryDir directory(QDir::tempPath() + QStringLiteral("/tessera-fuzz-XXXXXX"));
+    const QString path = directory.filePath(QLatin1String(name));
     QFile file(path);
     if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
         file.write(reinterpret_cast<const char*>(data), qint64(size));
     return path;
 }
-
 
 }

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that building, running and testing Tessera need.
+# Installs the Debian packages that building, running and testing Tessera need, and any further
+# packages named as arguments (scripts/fuzz.sh asks for clang and its fuzzer runtime so).
 # Only missing packages are installed, so it is cheap to run every time.
 set -euo pipefail
 
@@ -9,7 +10,8 @@ packages=(
   libftdi1-dev libudev-dev
   stm32flash srecord
   xvfb xauth
-  dpkg-dev lintian
+  dpkg-dev lintian procps
+  "$@"
 )
 
 missing=()

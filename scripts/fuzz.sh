@@ -8,6 +8,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds="${1:-10}"
 shift || true
+# Besides the usual packages: clang, and its runtime with libFuzzer and the sanitizers.
+bash scripts/bootstrap.sh clang libclang-rt-14-dev
 
 launcher=()
 command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)

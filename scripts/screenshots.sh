@@ -4,6 +4,7 @@
 # virtual modules, without a display.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+bash scripts/bootstrap.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$(nproc)" --target tessera-screenshots
 QT_QPA_PLATFORM=offscreen build/bin/tessera-screenshots docs/screenshots

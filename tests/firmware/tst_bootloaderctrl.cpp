@@ -2,10 +2,10 @@
 #include <QtTest>
 
 #include "HexImage.h"
+#include "SimPort.h"
 #include "TestEnvironment.h"
 #include "firmware/TBootloaderCtrl.h"
 #include "firmware/TSTM32Bootloader.h"
-#include "tools/sim/TPseudoTerminal.h"
 #include "tools/sim/TSimModule.h"
 #include "tools/sim/TSimStm32Bootloader.h"
 #include "tools/sim/TSimStm32Port.h"
@@ -18,11 +18,6 @@ constexpr int kRunMs = 60000;
 
 using HexImage::Firmware;
 using HexImage::RandomBytes;
-
-QByteArray HexFile(quint32 address, const QByteArray& data)
-{
-    return HexImage::File(address, data);
-}
 
 QString WriteFile(QTemporaryDir& dir, const QString& name, const QByteArray& text)
 {
@@ -93,14 +88,6 @@ class TestBootloaderCtrl : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    int m_links = 0;
-
-    /// The port by a name of its own: freed pseudo-terminal numbers are taken again at once.
-    QString Link(TPseudoTerminal& wire)
-    {
-        const QString path = m_dir.filePath(QStringLiteral("port%1").arg(++m_links));
-        return wire.CreateLink(path) ? path : QString();
-    }
 
 private slots:
     void update_overProgrammedFlash_data()
@@ -133,10 +120,10 @@ private slots:
         QFETCH(QString, chunks);
         TSimStm32Port sim(quint16(productId), extended);
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
+        const QString port = NamedPort(sim.Wire());
         sim.Bootloader().PreFill(bootBytes, oldBytes);
         const QByteArray image = RandomBytes(size, quint32(size));
-        const QString path = WriteFile(m_dir, QStringLiteral("image.hex"), HexFile(kFlash + offset, image));
+        const QString path = WriteFile(m_dir, QStringLiteral("image.hex"), HexImage::File(kFlash + offset, image));
 
         // What the flash must hold afterwards: the erased pages erased, the image written over them.
         const int pageSize = sim.Bootloader().Device().pageSize;
@@ -169,10 +156,10 @@ private slots:
     {
         TSimStm32Port sim(0x416, false);
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
+        const QString port = NamedPort(sim.Wire());
         sim.Bootloader().PreFill(0x2000, 0x18000);
         const QByteArray before = sim.Bootloader().Flash();
-        const QString path = WriteFile(m_dir, QStringLiteral("big.hex"), HexFile(kFlash + 0x2000, RandomBytes(300 * 256, 3)));
+        const QString path = WriteFile(m_dir, QStringLiteral("big.hex"), HexImage::File(kFlash + 0x2000, RandomBytes(300 * 256, 3)));
         Run run;
         QVERIFY(run.Go(Request(port, path)));
         QCOMPARE(run.Status(), int(TBootloaderCtrl::EraseAllNeeded));
@@ -200,7 +187,7 @@ private slots:
                                  << "error - empty.hex holds no data";
         QTest::newRow("no file") << "missing.hex" << QByteArray() << QString() << int(TBootloaderCtrl::ImageNotLoaded)
                                  << "error - no firmware image file %2";
-        QTest::newRow("wrong image for the module") << "Velto_LoRaWAN_V3.1.hex" << HexFile(kFlash, RandomBytes(64, 2)) << "Caravel_LoRaWAN"
+        QTest::newRow("wrong image for the module") << "Velto_LoRaWAN_V3.1.hex" << HexImage::File(kFlash, RandomBytes(64, 2)) << "Caravel_LoRaWAN"
                                                     << int(TBootloaderCtrl::ImageNotLoaded)
                                                     << "error - Wrong image selected! The file name of %2 does not name Caravel_LoRaWAN";
     }
@@ -213,7 +200,7 @@ private slots:
         QFETCH(QString, error);
         TSimModule module;
         QVERIFY(module.Open());
-        const QString port = Link(module.Wire());
+        const QString port = NamedPort(module.Wire());
         const QString path = text.isEmpty() ? m_dir.filePath(name) : WriteFile(m_dir, name, text);
         error.replace(QLatin1String("%2"), path);
         TBootloaderCtrl::Request request = HciRequest(port, path);
@@ -235,10 +222,10 @@ private slots:
     {
         TSimModule module;
         QVERIFY(module.Open());
-        const QString port = Link(module.Wire());
+        const QString port = NamedPort(module.Wire());
         module.Bootloader().PreFill(0, 0x4000);
         const QByteArray image = Firmware(3000, "Velto_LoRaWAN;3.1;140");
-        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexFile(kFlash, image));
+        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexImage::File(kFlash, image));
         TBootloaderCtrl::Request request = HciRequest(port, path);
         request.expectName = QStringLiteral("Velto_LoRaWAN");
         Run run;
@@ -276,9 +263,9 @@ private slots:
     {
         TSimModule module;
         QVERIFY(module.Open());
-        const QString port = Link(module.Wire());
+        const QString port = NamedPort(module.Wire());
         // No identity inside: the file name says 3.2, the module goes on reporting what it was.
-        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.2.hex"), HexFile(kFlash, RandomBytes(600, 9)));
+        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.2.hex"), HexImage::File(kFlash, RandomBytes(600, 9)));
         TBootloaderCtrl::Request request = HciRequest(port, path);
         Run run;
         QVERIFY(run.Go(request));
@@ -291,10 +278,10 @@ private slots:
     {
         TSimModule module;
         QVERIFY(module.Open());
-        const QString port = Link(module.Wire());
+        const QString port = NamedPort(module.Wire());
         module.Bootloader().PreFill(0x1000, 0x6000);
         const QByteArray image = Firmware(0x3000, "Velto_LoRaWAN;3.3;150");
-        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.3.hex"), HexFile(kFlash + 0x1000, image));
+        const QString path = WriteFile(m_dir, QStringLiteral("Velto_LoRaWAN_V3.3.hex"), HexImage::File(kFlash + 0x1000, image));
         TBootloaderCtrl::Request request = HciRequest(port, path);
         Run run;
         connect(&run.ctrl, &TBootloaderCtrl::EvBytes, this, [&run](quint64 done) {
@@ -325,8 +312,8 @@ private slots:
     {
         TSimStm32Port sim;
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
-        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexFile(kFlash, RandomBytes(0x2000, 4)));
+        const QString port = NamedPort(sim.Wire());
+        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexImage::File(kFlash, RandomBytes(0x2000, 4)));
         Run run;
         // Far longer than the wait: only the vanished port itself can end the run in time.
         run.SetCommandTimeout(kRunMs * 2);
@@ -346,10 +333,10 @@ private slots:
     {
         TSimStm32Port sim;
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
+        const QString port = NamedPort(sim.Wire());
         QByteArray image = RandomBytes(1000, 5);
         image[0x10] = 0x42;
-        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexFile(kFlash, image));
+        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexImage::File(kFlash, image));
         Run run;
         // Something changes the flash behind our back right after the first block was written.
         connect(run.ctrl.Bootloader(), &TBootloaderIF::PageWritten, this, [&sim] { sim.Bootloader().LoadFlash(QByteArray(1, '\x00'), 0x10); },
@@ -384,9 +371,9 @@ private slots:
         QFETCH(QByteArray, received);
         TSimStm32Port sim{quint16(productId)};
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
+        const QString port = NamedPort(sim.Wire());
         sim.Bootloader().SetFault(TSimStm32Bootloader::Fault(fault));
-        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexFile(kFlash, RandomBytes(100, 6)));
+        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexImage::File(kFlash, RandomBytes(100, 6)));
         Run run;
         if (fault != TSimStm32Bootloader::FaultNone)
             run.SetCommandTimeout(100);   // every command here is meant to go unanswered
@@ -401,11 +388,11 @@ private slots:
     {
         TSimStm32Port sim;
         QVERIFY(sim.Open());
-        const QString port = Link(sim.Wire());
+        const QString port = NamedPort(sim.Wire());
         TFtdiPins pins;
         if (pins.CountDevices() > 0)
             QSKIP("an FTDI device is attached; this test never drives real pins");
-        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexFile(kFlash, RandomBytes(100, 7)));
+        const QString path = WriteFile(m_dir, QStringLiteral("a.hex"), HexImage::File(kFlash, RandomBytes(100, 7)));
         Run run;
         QVERIFY(run.Go(Request(port, path, TBootloaderCtrl::OptVerify | TBootloaderCtrl::OptFtdiBootReset)));
         QCOMPARE(run.Status(), int(TBootloaderCtrl::FtdiError));

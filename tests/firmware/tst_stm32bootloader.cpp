@@ -1,10 +1,10 @@
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QtTest>
 
 #include <memory>
 
+#include "HexImage.h"
 #include "TestEnvironment.h"
 #include "firmware/TSTM32Bootloader.h"
 #include "tools/sim/TSimDeviceMgmt.h"
@@ -18,20 +18,12 @@ constexpr int kShortTimeoutMs = 100;      // for commands that are meant to fail
 constexpr int kWaitMs = 10000;
 constexpr quint32 kFlashStart = 0x08000000;
 using Fault = TSimStm32Bootloader::Fault;
+using HexImage::RandomBytes;
 
 QStringList g_traces;
 void CaptureTrace(QtMsgType, const QMessageLogContext&, const QString& text)
 {
     g_traces << text;
-}
-
-QByteArray RandomBytes(int size, quint32 seed)
-{
-    QRandomGenerator random(seed);
-    QByteArray bytes(size, 0);
-    for (char& byte : bytes)
-        byte = char(random.bounded(256));
-    return bytes;
 }
 
 /// "first-last" per erase request, comma-separated.

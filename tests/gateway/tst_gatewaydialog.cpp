@@ -169,11 +169,5 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment::IsolateUserDirectories();
-    QApplication app(argc, argv);
-    TestGatewayDialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+TESSERA_TEST_MAIN_WITH(QApplication, TestGatewayDialog)
 #include "tst_gatewaydialog.moc"

@@ -55,11 +55,5 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment::IsolateUserDirectories();
-    QApplication app(argc, argv);
-    TestConfigFiles test;
-    return QTest::qExec(&test, argc, argv);
-}
+TESSERA_TEST_MAIN_WITH(QApplication, TestConfigFiles)
 #include "tst_configfiles.moc"

@@ -518,13 +518,6 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment::IsolateUserDirectories();
-    QApplication app(argc, argv);
-    TestDescriptors test;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&test, argc, argv);
-}
+TESSERA_TEST_MAIN_WITH(QApplication, TestDescriptors)
 
 #include "tst_descriptors.moc"

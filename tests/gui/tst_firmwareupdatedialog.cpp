@@ -32,11 +32,6 @@ using Dialog = TFirmwareUpdateDialog;
 
 using HexImage::Firmware;
 
-QByteArray HexFile(quint32 address, const QByteArray& data)
-{
-    return HexImage::File(address, data);
-}
-
 QStringList UnnamedControls(QWidget* root)
 {
     QStringList missing;
@@ -221,7 +216,7 @@ private slots:
         QCOMPARE(files->windowTitle(), QStringLiteral("Open Firmware Image for Velto LR USB Stick"));
         QCOMPARE(files->nameFilters(), QStringList{QStringLiteral("HEX Files (*.hex)")});
         QCOMPARE(Dialog::FirmwareImagesFolder(), QCoreApplication::applicationDirPath() + QStringLiteral("/FirmwareImages"));
-        const QString wrong = Image(QStringLiteral("Caravel_LoRaWAN_V1.0.hex"), HexFile(kFlash, Firmware(256, "Caravel_LoRaWAN;1.0;1")));
+        const QString wrong = Image(QStringLiteral("Caravel_LoRaWAN_V1.0.hex"), HexImage::File(kFlash, Firmware(256, "Caravel_LoRaWAN;1.0;1")));
         files->selectFile(wrong);
         static_cast<QDialog*>(files)->accept();   // as the dialog's "Open" button does
         QCOMPARE(dialog.MainText(), QStringLiteral("Wrong image selected!"));
@@ -229,7 +224,7 @@ private slots:
         QCOMPARE(dialog.ImagePath(), QString());
         QCOMPARE(Value(dialog, QStringLiteral("Firmware Image")), QStringLiteral("none"));
 
-        const QString good = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexFile(kFlash, Firmware(256, "Velto_LoRaWAN;3.1;140")));
+        const QString good = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexImage::File(kFlash, Firmware(256, "Velto_LoRaWAN;3.1;140")));
         dialog.SelectFirmwareFile(good);
         QCOMPARE(dialog.CurrentState(), int(Dialog::StateReady));
         QCOMPARE(dialog.MainText(), QStringLiteral("Press \"Continue\" to start the firmware update process."));
@@ -257,7 +252,7 @@ private slots:
         module->SetBootloaderPacing(pictures);   // at the line's speed there is time for a picture
         const QString port = PortOf(m_links);
         const QByteArray image = Firmware(pictures ? 0x6000 : 0x1000, "Velto_LoRaWAN;3.1;140");
-        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexFile(kFlash + 0x2000, image));
+        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexImage::File(kFlash + 0x2000, image));
 
         Dialog dialog;
         dialog.show();
@@ -323,7 +318,7 @@ private slots:
         QVERIFY(module);
         module->EnterBootloader();
         const QString port = PortOf(m_links);
-        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.5.hex"), HexFile(kFlash, Firmware(0x800, "Velto_LoRaWAN;3.5;160")));
+        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.5.hex"), HexImage::File(kFlash, Firmware(0x800, "Velto_LoRaWAN;3.5;160")));
         Dialog dialog;
         QCOMPARE(dialog.CurrentState(), int(Dialog::StateSelectPort));
         QCOMPARE(dialog.MainText(), QStringLiteral("Please select a device from the dropdown list below!"));
@@ -354,7 +349,7 @@ private slots:
     {
         TSimModule* module = AddModule();
         QVERIFY(module);
-        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexFile(kFlash, Firmware(0x2000, "Velto_LoRaWAN;3.1;140")));
+        const QString path = Image(QStringLiteral("Velto_LoRaWAN_V3.1.hex"), HexImage::File(kFlash, Firmware(0x2000, "Velto_LoRaWAN;3.1;140")));
         Dialog dialog;
         connect(&dialog.Controller(), &TBootloaderCtrl::EvBytes, &dialog, [&dialog](quint64 done) {
             if (done >= 0x800)
@@ -428,11 +423,5 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    TestEnvironment::IsolateUserDirectories();
-    QApplication app(argc, argv);
-    TestFirmwareUpdateDialog test;
-    return QTest::qExec(&test, argc, argv);
-}
+TESSERA_TEST_MAIN_WITH(QApplication, TestFirmwareUpdateDialog)
 #include "tst_firmwareupdatedialog.moc"
