@@ -206,6 +206,12 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
     });
 }
 
+bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters)
+{
+    TKeyValueList ignored;
+    return RunCommand(command, parameters, ignored);
+}
+
 bool TPage::RunOnDevice(const std::function<bool(TRadioController&, QString&)>& work)
 {
     if (!m_action || m_action->waiting) {

@@ -108,6 +108,8 @@ protected:
     /// own). Refused without a device or while the module waits for another request; false when
     /// refused or when the command fails.
     bool RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result);
+    /// The same for a command whose answer the page does not need.
+    bool RunCommand(const QString& command, const TKeyValueList& parameters = TKeyValueList());
     /// Like RunCommand for work that talks to the selected module's controller itself (a configuration
     /// template): refused the same way, counted as a command of the action, and when `work` returns
     /// false its `error` text ("error - ...", a status text) ends the action as a command failure would.

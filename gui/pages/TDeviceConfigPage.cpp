@@ -47,8 +47,7 @@ TDeviceConfigPage::TDeviceConfigPage(const QString& title, QWidget* parent)
               [this] { RunSetCommand(QStringLiteral("DeviceMgmt/SetDeviceConfig"), *m_config); });
     AddConfirmedButton(QStringLiteral("Restore Factory Settings"), QStringLiteral("restore the factory settings"),
                        QStringLiteral("Restore the module's factory device configuration? Its own settings are lost."), [this] {
-                           TKeyValueList none;
-                           RunCommand(QStringLiteral("DeviceMgmt/ResetDeviceConfig"), TKeyValueList(), none);
+                           RunCommand(QStringLiteral("DeviceMgmt/ResetDeviceConfig"));
                        });
 
     m_stack = &AddChoice(QStringLiteral("Radio Stack"), "RadioStack", "0:LoRaWAN,1:Point-to-Point", QStringLiteral("choose the radio stack"));
@@ -166,8 +165,7 @@ void TDeviceConfigPage::ResetDevice()
                 wait.quit();
         });
     }
-    TKeyValueList none;
-    const bool answered = RunCommand(QStringLiteral("DeviceMgmt/ResetDevice"), TKeyValueList(), none);
+    const bool answered = RunCommand(QStringLiteral("DeviceMgmt/ResetDevice"));
     if (answered && powerUps == 0 && alive && !gone) {
         // The module answers first and restarts after: its power-up event says it is back.
         QTimer::singleShot(m_powerUpTimeoutMs, &wait, &QEventLoop::quit);

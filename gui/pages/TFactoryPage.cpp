@@ -30,8 +30,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
                        QStringLiteral("Restore the module's factory settings? Calibration values go back to their defaults; "
                                       "the radio test, the GPIO outputs and the clock output are switched off."),
                        [this] {
-                           TKeyValueList none;
-                           RunCommand(QStringLiteral("PTS/FactoryReset"), TKeyValueList(), none);
+                           RunCommand(QStringLiteral("PTS/FactoryReset"));
                        });
 
     TGuiItemList& offset = AddGroup(QStringLiteral("Frequency Offset"),

@@ -87,15 +87,13 @@ void TOspreyConfigPage::Write()
 {
     if (!CheckInput(*m_config))
         return;
-    TKeyValueList result;
-    if (RunCommand(QStringLiteral("DataLink/SetRadioConfig"), SetParameters(m_config->ReadKeyValues()), result))
+    if (RunCommand(QStringLiteral("DataLink/SetRadioConfig"), SetParameters(m_config->ReadKeyValues())))
         RunGetCommand(kGetCommand, *m_config);   // what the module took, with what it reports besides
 }
 
 void TOspreyConfigPage::Reset()
 {
-    TKeyValueList result;
-    if (RunCommand(QStringLiteral("DataLink/ResetRadioConfig"), TKeyValueList(), result))
+    if (RunCommand(QStringLiteral("DataLink/ResetRadioConfig")))
         RunGetCommand(kGetCommand, *m_config);
 }
 
