@@ -184,7 +184,7 @@ bool TPage::RunAction(QAbstractButton* button, const QString& what, const std::f
     else if (state.ownEnding)
         ShowOutcome(state.ending);
     else if (state.commands > 0)
-        ShowOutcome(TCommandOutcome::Success(what, QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))));
+        ShowOutcome(TCommandOutcome::Success(what, TCommandOutcome::Now()));
     if (!state.port.isEmpty())
         emit EvCommandRunning(state.port, false);
     return !state.failure.IsFailure();
