@@ -123,8 +123,6 @@ protected:
     /// Calls `attach` once for every module there is now and for each one found later (a module
     /// found again gets a new controller and is attached again), e.g. to follow its events.
     void FollowModules(const std::function<void(TRadioController*)>& attach);
-    /// The port of the module the last command went to ("" before any).
-    QString LastCommandPort() const { return m_lastPort; }
     /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.
     void Refuse(const TCommandOutcome& outcome);
     void ShowOutcome(const TCommandOutcome& outcome);
