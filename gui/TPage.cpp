@@ -7,7 +7,6 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QSet>
-#include <QStyle>
 #include <QTimerEvent>
 
 #include <memory>
@@ -15,6 +14,7 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
+#include "gui/TStyleProperty.h"
 #include "status/TStatusLog.h"
 
 namespace {
@@ -351,9 +351,7 @@ void TPage::ShowOutcome(const TCommandOutcome& outcome)
 {
     m_outcome = outcome;
     m_resultLine->setText(outcome.Text());
-    m_resultLine->setProperty("outcome", outcome.StyleClass());
-    m_resultLine->style()->unpolish(m_resultLine);
-    m_resultLine->style()->polish(m_resultLine);
+    TStyleProperty::Set(m_resultLine, "outcome", outcome.StyleClass());
     QAccessibleEvent changed(m_resultLine, QAccessible::NameChanged);
     QAccessible::updateAccessibility(&changed);
 }
