@@ -1,5 +1,6 @@
 #include "app/TModuleStatus.h"
 
+#include <QHash>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPainter>
@@ -45,6 +46,11 @@ const QStringList& TModuleStatus::Columns()
 
 QIcon TModuleStatus::StateIcon(TDeviceManager::DeviceState state)
 {
+    // Painted once per state: the tree asks for them on every refresh.
+    static QHash<int, QIcon> icons;
+    const auto cached = icons.constFind(state);
+    if (cached != icons.constEnd())
+        return cached.value();
     static const int kSize = 16;
     for (const StateLook& look : kLooks) {
         if (look.state != state)
@@ -79,7 +85,8 @@ QIcon TModuleStatus::StateIcon(TDeviceManager::DeviceState state)
             p.drawRect(box);
             break;
         }
-        return QIcon(pixmap);
+        p.end();
+        return icons[state] = QIcon(pixmap);
     }
     return QIcon();
 }

@@ -1,5 +1,7 @@
 #include "gui/TCommandOutcome.h"
 
+#include <QTime>
+
 #include "hci/HCIMessage.h"
 #include "hci/TVeltoLRHCI.h"
 
@@ -13,6 +15,11 @@ QString Seconds(int ms)
 TCommandOutcome TCommandOutcome::Started(const QString& what)
 {
     return {Running, QStringLiteral("Running: %1 ").arg(what) + QChar(0x2026)};
+}
+
+QString TCommandOutcome::Now()
+{
+    return QTime::currentTime().toString(QStringLiteral("hh:mm:ss"));
 }
 
 TCommandOutcome TCommandOutcome::Success(const QString& what, const QString& time)

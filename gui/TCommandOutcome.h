@@ -23,6 +23,8 @@ public:
     TCommandOutcome(Kind kind, const QString& text) : m_kind(kind), m_text(text) {}
 
     static TCommandOutcome Started(const QString& what);
+    /// The time of day as outcomes give it ("hh:mm:ss").
+    static QString Now();
     /// "OK - " and what was done, with the time it ended ("hh:mm:ss").
     static TCommandOutcome Success(const QString& what, const QString& time);
     /// From a controller's LastError(); `timeoutMs` is the link's response time-out, `portLost`

@@ -4,10 +4,10 @@
 #include <QDateTime>
 #include <QLabel>
 #include <QLineEdit>
-#include <QStyle>
 
 #include "gui/TGuiItemList.h"
 #include "gui/TSpinControl.h"
+#include "gui/TStyleProperty.h"
 #include "sap/TFieldLayout.h"
 
 namespace {
@@ -185,9 +185,7 @@ QString TFieldCheck::Show()
 
 void TFieldCheck::Display(const QString& problem)
 {
-    m_editor->setProperty("invalid", !problem.isEmpty());
-    m_editor->style()->unpolish(m_editor);
-    m_editor->style()->polish(m_editor);
+    TStyleProperty::Set(m_editor, "invalid", !problem.isEmpty());
     if (m_reason) {
         m_reason->setText(problem);
         m_reason->setVisible(!problem.isEmpty());

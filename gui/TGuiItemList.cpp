@@ -8,13 +8,13 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRegularExpression>
-#include <QStyle>
 
 #include "gui/TCheckButtonBox.h"
 #include "gui/TFieldCheck.h"
 #include "gui/TRadioButtonBox.h"
 #include "gui/TSlider.h"
 #include "gui/TSpinControl.h"
+#include "gui/TStyleProperty.h"
 #include "settings/TSettings.h"
 
 const QString TGuiItemList::kNotAvailable = QStringLiteral("n.a.");
@@ -87,13 +87,8 @@ void SetStyleProperty(QWidget* widget, const char* name, bool on)
         return;
     QList<QWidget*> widgets = widget->findChildren<QWidget*>();
     widgets.prepend(widget);
-    for (QWidget* w : qAsConst(widgets)) {
-        if (w->property(name).toBool() == on)
-            continue;
-        w->setProperty(name, on);
-        w->style()->unpolish(w);
-        w->style()->polish(w);
-    }
+    for (QWidget* w : qAsConst(widgets))
+        TStyleProperty::Set(w, name, on);
 }
 
 int HexDigits(const QString& flags)

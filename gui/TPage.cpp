@@ -7,7 +7,6 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QSet>
-#include <QStyle>
 #include <QTimerEvent>
 
 #include <memory>
@@ -15,6 +14,7 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
+#include "gui/TStyleProperty.h"
 #include "status/TStatusLog.h"
 
 namespace {
@@ -184,7 +184,7 @@ bool TPage::RunAction(QAbstractButton* button, const QString& what, const std::f
     else if (state.ownEnding)
         ShowOutcome(state.ending);
     else if (state.commands > 0)
-        ShowOutcome(TCommandOutcome::Success(what, QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))));
+        ShowOutcome(TCommandOutcome::Success(what, TCommandOutcome::Now()));
     if (!state.port.isEmpty())
         emit EvCommandRunning(state.port, false);
     return !state.failure.IsFailure();
@@ -204,6 +204,12 @@ bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters, 
             error = device.LastError();
         return ok;
     });
+}
+
+bool TPage::RunCommand(const QString& command, const TKeyValueList& parameters)
+{
+    TKeyValueList ignored;
+    return RunCommand(command, parameters, ignored);
 }
 
 bool TPage::RunOnDevice(const std::function<bool(TRadioController&, QString&)>& work)
@@ -345,9 +351,7 @@ void TPage::ShowOutcome(const TCommandOutcome& outcome)
 {
     m_outcome = outcome;
     m_resultLine->setText(outcome.Text());
-    m_resultLine->setProperty("outcome", outcome.StyleClass());
-    m_resultLine->style()->unpolish(m_resultLine);
-    m_resultLine->style()->polish(m_resultLine);
+    TStyleProperty::Set(m_resultLine, "outcome", outcome.StyleClass());
     QAccessibleEvent changed(m_resultLine, QAccessible::NameChanged);
     QAccessible::updateAccessibility(&changed);
 }

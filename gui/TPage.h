@@ -108,6 +108,8 @@ protected:
     /// own). Refused without a device or while the module waits for another request; false when
     /// refused or when the command fails.
     bool RunCommand(const QString& command, const TKeyValueList& parameters, TKeyValueList& result);
+    /// The same for a command whose answer the page does not need.
+    bool RunCommand(const QString& command, const TKeyValueList& parameters = TKeyValueList());
     /// Like RunCommand for work that talks to the selected module's controller itself (a configuration
     /// template): refused the same way, counted as a command of the action, and when `work` returns
     /// false its `error` text ("error - ...", a status text) ends the action as a command failure would.
@@ -121,8 +123,6 @@ protected:
     /// Calls `attach` once for every module there is now and for each one found later (a module
     /// found again gets a new controller and is attached again), e.g. to follow its events.
     void FollowModules(const std::function<void(TRadioController*)>& attach);
-    /// The port of the module the last command went to ("" before any).
-    QString LastCommandPort() const { return m_lastPort; }
     /// Refuses the running action (or shows the refusal at once when none runs); nothing is sent.
     void Refuse(const TCommandOutcome& outcome);
     void ShowOutcome(const TCommandOutcome& outcome);

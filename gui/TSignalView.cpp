@@ -31,8 +31,8 @@ const QString kRssiTitle = QStringLiteral("RSSI (dBm)");
 const QString kSnrTitle = QStringLiteral("SNR (dB)");
 const QString kPaused = QStringLiteral(" - paused");
 constexpr int kChartHeightPx = 230;
-constexpr int kTimeLabelPx = 110;
-constexpr int kMarkedPoints = 50;   ///< up to this many points a line shows each one   ///< room for one "hh:mm:ss" label of the time axis
+constexpr int kTimeLabelPx = 110;   ///< room for one "hh:mm:ss" label of the time axis
+constexpr int kMarkedPoints = 50;   ///< up to this many points a line shows each one
 
 // Line colours of the sources in the order they first appear; dark enough for the light pages.
 const QColor kLineColours[] = {

@@ -168,8 +168,7 @@ void TDataLinkPage::Send(const QString& command, TGuiItemList& items)
     // What is sent is the user's, not the module's: the rows are never marked as read.
     if (!CheckInput(items))
         return;
-    TKeyValueList result;
-    RunCommand(command, items.ReadKeyValues(), result);
+    RunCommand(command, items.ReadKeyValues());
 }
 
 void TDataLinkPage::Follow(TRadioController* device)

@@ -8,7 +8,6 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QStandardPaths>
-#include <QTime>
 #include <QTimer>
 
 #include "devices/TConfigTemplate.h"
@@ -24,11 +23,6 @@ const char* const kConfigChanged = "the module's configuration changed";
 // The module names no bit of its extra options; each is offered by its place.
 const char* const kExtraOptionBits = "1:Bit 0 (0x01),2:Bit 1 (0x02),4:Bit 2 (0x04),8:Bit 3 (0x08),"
                                      "16:Bit 4 (0x10),32:Bit 5 (0x20),64:Bit 6 (0x40),128:Bit 7 (0x80)";
-
-QString Now()
-{
-    return QTime::currentTime().toString(QStringLiteral("hh:mm:ss"));
-}
 }
 
 TDeviceConfigPage::TDeviceConfigPage(const QString& title, QWidget* parent)
@@ -47,8 +41,7 @@ TDeviceConfigPage::TDeviceConfigPage(const QString& title, QWidget* parent)
               [this] { RunSetCommand(QStringLiteral("DeviceMgmt/SetDeviceConfig"), *m_config); });
     AddConfirmedButton(QStringLiteral("Restore Factory Settings"), QStringLiteral("restore the factory settings"),
                        QStringLiteral("Restore the module's factory device configuration? Its own settings are lost."), [this] {
-                           TKeyValueList none;
-                           RunCommand(QStringLiteral("DeviceMgmt/ResetDeviceConfig"), TKeyValueList(), none);
+                           RunCommand(QStringLiteral("DeviceMgmt/ResetDeviceConfig"));
                        });
 
     m_stack = &AddChoice(QStringLiteral("Radio Stack"), "RadioStack", "0:LoRaWAN,1:Point-to-Point", QStringLiteral("choose the radio stack"));
@@ -166,8 +159,7 @@ void TDeviceConfigPage::ResetDevice()
                 wait.quit();
         });
     }
-    TKeyValueList none;
-    const bool answered = RunCommand(QStringLiteral("DeviceMgmt/ResetDevice"), TKeyValueList(), none);
+    const bool answered = RunCommand(QStringLiteral("DeviceMgmt/ResetDevice"));
     if (answered && powerUps == 0 && alive && !gone) {
         // The module answers first and restarts after: its power-up event says it is back.
         QTimer::singleShot(m_powerUpTimeoutMs, &wait, &QEventLoop::quit);
@@ -178,7 +170,7 @@ void TDeviceConfigPage::ResetDevice()
         return;
     if (powerUps > 0) {
         m_mode->MarkStale(QStringLiteral("the module restarted"));
-        SetActionOutcome(TCommandOutcome(TCommandOutcome::Ok, QStringLiteral("%1 (%2)").arg(QLatin1String(kRestarted), Now())));
+        SetActionOutcome(TCommandOutcome(TCommandOutcome::Ok, QStringLiteral("%1 (%2)").arg(QLatin1String(kRestarted), TCommandOutcome::Now())));
     } else if (!alive || gone) {
         SetActionOutcome(TCommandOutcome::Failure(QString(), m_powerUpTimeoutMs, true));
     } else {
@@ -225,7 +217,7 @@ void TDeviceConfigPage::Export(const QString& path)
         return;
     }
     SetActionOutcome(TCommandOutcome::Success(
-        QStringLiteral("exported %1 settings to %2").arg(configTemplate.Settings().size()).arg(QFileInfo(path).fileName()), Now()));
+        QStringLiteral("exported %1 settings to %2").arg(configTemplate.Settings().size()).arg(QFileInfo(path).fileName()), TCommandOutcome::Now()));
 }
 
 void TDeviceConfigPage::Apply(const QString& path)
@@ -240,7 +232,7 @@ void TDeviceConfigPage::Apply(const QString& path)
     if (!RunTemplate(configTemplate, [&](TRadioController& device) { return configTemplate.Compare(device, differences); }))
         return;
     if (differences.isEmpty()) {
-        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("the module already matches %1").arg(name), Now()));
+        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("the module already matches %1").arg(name), TCommandOutcome::Now()));
         return;
     }
     TTemplatePreviewDialog preview(name, differences, this);
@@ -250,5 +242,5 @@ void TDeviceConfigPage::Apply(const QString& path)
     }
     if (RunTemplate(configTemplate, [&](TRadioController& device) { return configTemplate.Apply(device); }))
         SetActionOutcome(TCommandOutcome::Success(
-            QStringLiteral("applied %1 settings of %2; the module matches the template").arg(configTemplate.Sent().size()).arg(name), Now()));
+            QStringLiteral("applied %1 settings of %2; the module matches the template").arg(configTemplate.Sent().size()).arg(name), TCommandOutcome::Now()));
 }

@@ -2,6 +2,7 @@
 
 #include <QLineEdit>
 
+#include "base/THexText.h"
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
@@ -30,8 +31,7 @@ TFactoryPage::TFactoryPage(const QString& title, QWidget* parent)
                        QStringLiteral("Restore the module's factory settings? Calibration values go back to their defaults; "
                                       "the radio test, the GPIO outputs and the clock output are switched off."),
                        [this] {
-                           TKeyValueList none;
-                           RunCommand(QStringLiteral("PTS/FactoryReset"), TKeyValueList(), none);
+                           RunCommand(QStringLiteral("PTS/FactoryReset"));
                        });
 
     TGuiItemList& offset = AddGroup(QStringLiteral("Frequency Offset"),
@@ -114,5 +114,5 @@ void TFactoryPage::ReadPinLevels()
         return;
     }
     const quint16 bits = quint16(result.Value(QStringLiteral("MeasurementValue")).toInt());
-    levels->setText(QStringLiteral("0x%1").arg(bits, 4, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x")));
+    levels->setText(THexText::Prefixed(bits, 4));
 }

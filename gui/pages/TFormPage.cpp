@@ -9,7 +9,6 @@
 #include <QVBoxLayout>
 
 #include "gui/TGuiItemList.h"
-#include "sap/TFieldLayout.h"
 
 namespace {
 const QString kGet = QStringLiteral("Get");
@@ -137,8 +136,6 @@ void TFormPage::Finish()
 {
     m_body->addStretch(1);
 }
-
-
 
 bool TFormPage::RunGet()
 {

@@ -37,7 +37,6 @@ public:
     QGroupBox* GroupBox(const QString& title) const;
     /// The button with this text, also while it says it is busy (null when there is none).
     QPushButton* Button(const QString& text) const;
-    QList<QPushButton*> Buttons() const { return m_buttonList; }
     QScrollArea* ScrollArea() const { return m_scroll; }
     /// Clicks "Get" when the page has one; otherwise refreshes the page.
     bool RunGet() override;

@@ -3,7 +3,6 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "hci/TVeltoLRHCI.h"
 #include "status/TTableCtrl.h"
@@ -23,10 +22,7 @@ THCILoggingPage::THCILoggingPage(const QString& title, QWidget* parent)
     m_table = new TTableCtrl(QStringLiteral("HCI_Logging"), Columns(), this);
     Body()->addWidget(m_table, 1);
     AddButton(QStringLiteral("Start Logging"), QStringLiteral("log every HCI frame of every module"), [this] { SetLogging(!m_logging); });
-    TDeviceManager& manager = TDeviceManager::Instance();
-    connect(&manager, &TDeviceManager::EvLocalDeviceAdded, this, &THCILoggingPage::Watch);
-    for (TRadioController* device : manager.Devices())
-        Watch(device->PortName());
+    FollowModules([this](TRadioController* device) { Follow(device); });
 }
 
 THCILoggingPage::~THCILoggingPage()
@@ -35,13 +31,8 @@ THCILoggingPage::~THCILoggingPage()
         TVeltoLRHCI::DisableLogging();
 }
 
-void THCILoggingPage::Watch(const QString& port)
+void THCILoggingPage::Follow(TRadioController* device)
 {
-    TRadioController* device = TDeviceManager::Instance().DeviceByPort(port);
-    if (!device || m_watched.contains(device))
-        return;
-    m_watched.insert(device);
-    connect(device, &QObject::destroyed, this, [this, device] { m_watched.remove(device); });
     connect(device, &TRadioController::EvLogHCIMessage, this, [this, device](const TKeyValueList& record) {
         if (m_logging)
             m_table->AppendRow(Row(record, device));

@@ -1,6 +1,4 @@
 #pragma once
-#include <QSet>
-
 #include "gui/pages/TFormPage.h"
 
 class TRadioController;
@@ -24,9 +22,8 @@ public:
     static QStringList Row(const TKeyValueList& record, const TRadioController* controller);
 
 private:
-    void Watch(const QString& port);
+    void Follow(TRadioController* device);
 
     TTableCtrl* m_table;
     bool m_logging = false;
-    QSet<TRadioController*> m_watched;
 };

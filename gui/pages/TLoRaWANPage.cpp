@@ -20,19 +20,15 @@ TLoRaWANPage::TLoRaWANPage(const QString& title, QWidget* parent)
         if (!running && RefreshPending())
             m_retry.start();
     });
-    TDeviceManager& devices = TDeviceManager::Instance();
-    connect(&devices, &TDeviceManager::EvLocalDeviceAdded, this, &TLoRaWANPage::Watch);
-    for (TRadioController* device : devices.Devices())
-        Watch(device->PortName());
+    FollowModules([this](TRadioController* device) { Follow(device); });
 }
 
-void TLoRaWANPage::Watch(const QString& port)
+void TLoRaWANPage::Follow(TRadioController* device)
 {
-    auto* node = qobject_cast<TLoRaWANEndNode*>(TDeviceManager::Instance().DeviceByPort(port));
-    if (!node || m_watched.contains(node))
+    auto* node = qobject_cast<TLoRaWANEndNode*>(device);
+    if (!node)
         return;
-    m_watched.insert(node);
-    connect(node, &QObject::destroyed, this, [this, node] { m_watched.remove(node); });
+    const QString port = node->PortName();
     connect(node, &TLoRaWANEndNode::EvLoRaWAN_SendMsgEvent, this, [this](const TKeyValueList& record) { OnTxEvent(record); });
     connect(node, &TLoRaWANEndNode::EvLoRaWAN_RxEvent, this, [this](const TKeyValueList& record) { OnRxEvent(record); });
     connect(node, &TRadioController::EvBusyChanged, this, [this](bool busy) {

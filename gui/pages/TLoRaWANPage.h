@@ -61,11 +61,10 @@ protected:
     static QLineEdit* LineEdit(const TGuiItemList& rows, const QString& key);
 
 private:
-    void Watch(const QString& port);
+    void Follow(TRadioController* device);
     void OnConfigChanged(const QString& port);
     void TryRefresh();
 
-    QSet<QObject*> m_watched;
     QSet<QString> m_changed;   ///< ports whose module reported a change not shown yet
     QTimer m_retry;            ///< looks again once the event loop is free (coalesces reports)
 };

@@ -351,8 +351,7 @@ void TNodeConfigPage::AddMulticast()
             ReadMulticastGroup();
     });
     AddButton(QStringLiteral("Remove Group"), QStringLiteral("remove the multicast group"), [this] {
-        TKeyValueList none;
-        if (RunCommand(QStringLiteral("LoRaWAN/RemoveMulticastConfig"), Fields(L::kMulticastIndex)(*m_group), none))
+        if (RunCommand(QStringLiteral("LoRaWAN/RemoveMulticastConfig"), Fields(L::kMulticastIndex)(*m_group)))
             ReadMulticastGroup();
     });
     m_sections.append({m_group, [this] { return ReadMulticastGroup(); }});
@@ -445,8 +444,7 @@ void TNodeConfigPage::ConfirmFactoryReset()
         if (answer != QMessageBox::Yes)
             return;
         RunAction(Button(QStringLiteral("Factory Reset")), QStringLiteral("reset the LoRaWAN settings to their factory values"), [this, port] {
-            TKeyValueList none;
-            if (RunCommand(QStringLiteral("LoRaWAN/FactoryReset"), TKeyValueList(), none))
+            if (RunCommand(QStringLiteral("LoRaWAN/FactoryReset")))
                 ReadSections(port);   // what the page shows of the module is not true any more
         });
     });

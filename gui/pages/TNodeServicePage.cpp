@@ -119,8 +119,7 @@ TNodeServicePage::TNodeServicePage(const QString& title, QWidget* parent)
 
     AddGroup(QStringLiteral("Network Time"), {});
     AddButton(QStringLiteral("Network Time Request"), QStringLiteral("ask the network for the time"), [this] {
-        TKeyValueList none;
-        RunCommand(QStringLiteral("LoRaWAN/SendNetworkTimeRequest"), TKeyValueList(), none);
+        RunCommand(QStringLiteral("LoRaWAN/SendNetworkTimeRequest"));
     });
 
     TGuiItemList& battery = AddGroup(QStringLiteral("Battery Level (0 external power, 255 unknown)"), {
@@ -152,8 +151,7 @@ bool TNodeServicePage::ReadStatus()
 
 void TNodeServicePage::CommandThenStatus(const QString& command)
 {
-    TKeyValueList none;
-    if (RunCommand(command, TKeyValueList(), none))
+    if (RunCommand(command))
         ReadStatus();
 }
 

@@ -23,8 +23,6 @@ public:
 
     TTableCtrl* TxTable() const { return m_tx; }
     TTableCtrl* RxTable() const { return m_rx; }
-    /// The payload the data buttons take at most: the module's MaxPayloadSize while it is active.
-    int PayloadLimit() const { return m_payloadLimit; }
 
 public slots:
     void RefreshPage() override;

@@ -10,6 +10,7 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
+#include "sap/DataLinkLayouts.h"
 #include "sap/ProductionSupportLayouts.h"
 #include "sap/TProductionSupportSAP.h"
 #include "settings/TRadioTestSettings.h"
@@ -20,7 +21,6 @@
 namespace P = ProductionSupportLayouts;
 
 namespace {
-constexpr double kFrequencyStepHz = 32e6 / (1 << 19);   // synthesiser word → Hz
 constexpr int kFrequencyRow = 3;
 constexpr int kRfFrequencyRow = 4;                      // display only, beside the word
 constexpr int kTableMinimumHeightPx = 240;
@@ -167,7 +167,7 @@ void TNodeTestPage::ShowFrequency()
         return;
     bool ok = false;
     const qint64 value = word->text().trimmed().toLongLong(&ok);
-    rf->setText(ok ? QStringLiteral("%1 MHz").arg(value * kFrequencyStepHz / 1e6, 0, 'f', 3) : TGuiItemList::kNotAvailable);
+    rf->setText(ok ? QStringLiteral("%1 MHz").arg(value * DataLinkLayouts::kFrequencyStepHz / 1e6, 0, 'f', 3) : TGuiItemList::kNotAvailable);
 }
 
 void TNodeTestPage::SendRadio(const QString& command, const TFieldLayoutEntry* layout)

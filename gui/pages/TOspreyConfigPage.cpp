@@ -7,6 +7,7 @@
 #include "devices/TDeviceManager.h"
 #include "devices/TRadioController.h"
 #include "gui/TGuiItemList.h"
+#include "gui/pages/TLayoutParams.h"
 #include "sap/DataLinkLayouts.h"
 #include "sap/TDataLinkSAP.h"
 
@@ -45,16 +46,6 @@ QStringList Descriptors()
     };
 }
 
-/// A number typed as people type them ("0x1F" hexadecimal, else decimal) as "0x1F"; unchanged when it is none.
-QString Hexadecimal(const QString& text)
-{
-    const QString t = text.trimmed();
-    bool ok = false;
-    const qulonglong value = t.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) ? t.mid(2).toULongLong(&ok, 16)
-                                                                                     : t.toULongLong(&ok, 10);
-    return ok ? QStringLiteral("0x") + QString::number(value, 16).toUpper() : text;
-}
-
 /// "868.1" (MHz) as synthesiser steps ("14223155"); unchanged when it is no number.
 QString SynthesiserWord(const QString& megahertz)
 {
@@ -85,8 +76,8 @@ TKeyValueList TOspreyConfigPage::SetParameters(const TKeyValueList& rows)
         QString value = rows.Value(name);
         if (name == kFrequency)
             value = SynthesiserWord(value);
-        else if (QLatin1String(field->type).endsWith(QLatin1Char('h')))
-            value = Hexadecimal(value);
+        else
+            value = TLayoutParams::Written(value, field->type);
         parameters.Append(name, value);
     }
     return parameters;
@@ -96,15 +87,13 @@ void TOspreyConfigPage::Write()
 {
     if (!CheckInput(*m_config))
         return;
-    TKeyValueList result;
-    if (RunCommand(QStringLiteral("DataLink/SetRadioConfig"), SetParameters(m_config->ReadKeyValues()), result))
+    if (RunCommand(QStringLiteral("DataLink/SetRadioConfig"), SetParameters(m_config->ReadKeyValues())))
         RunGetCommand(kGetCommand, *m_config);   // what the module took, with what it reports besides
 }
 
 void TOspreyConfigPage::Reset()
 {
-    TKeyValueList result;
-    if (RunCommand(QStringLiteral("DataLink/ResetRadioConfig"), TKeyValueList(), result))
+    if (RunCommand(QStringLiteral("DataLink/ResetRadioConfig")))
         RunGetCommand(kGetCommand, *m_config);
 }
 

@@ -31,8 +31,7 @@ TRTCPage::TRTCPage(const QString& title, QWidget* parent)
                                     QStringLiteral("GuiName:Options;GuiType:CheckButtonBox;Key:Options;Value:0;ValueList:1:daily;GuiFlags:Horizontal")});
     AddButton(QStringLiteral("Set Alarm"), QStringLiteral("set the alarm above"), [this, &alarm] { RunSetCommand(QStringLiteral("DeviceMgmt/SetRTCAlarm"), alarm); });
     AddButton(QStringLiteral("Clear Alarm"), QStringLiteral("clear the alarm"), [this] {
-        TKeyValueList none;
-        RunCommand(QStringLiteral("DeviceMgmt/ClearRTCAlarm"), TKeyValueList(), none);
+        RunCommand(QStringLiteral("DeviceMgmt/ClearRTCAlarm"));
     });
     TGuiItemList& state = AddGroup(QStringLiteral("Alarm State"),
                                    {QStringLiteral("GuiName:Status;GuiType:LineEdit;Key:Status;Value:n.a.;GuiFlags:RO"),

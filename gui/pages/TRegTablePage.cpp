@@ -9,7 +9,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRegularExpression>
-#include <QTime>
 
 #include "devices/TRegTable.h"
 #include "gui/TGuiItemList.h"
@@ -23,11 +22,6 @@ const char* const kLists[][2] = {
     {"Bandwidths",  "Rx Bandwidths"},
 };
 constexpr int kHeaderMinimumHeightPx = 260;
-
-QString Now()
-{
-    return QTime::currentTime().toString(QStringLiteral("hh:mm:ss"));
-}
 
 /// Positive numbers separated by commas or blanks; false with the first one that is not.
 bool ParseList(const QString& text, QList<double>& values, QString& bad)
@@ -58,7 +52,7 @@ TRegTablePage::TRegTablePage(const QString& title, QWidget* parent)
     AddToGroup(m_header);
     AddButton(QStringLiteral("Copy"), QStringLiteral("copy the header to the clipboard"), [this] {
         QApplication::clipboard()->setText(m_header->toPlainText());
-        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("copied the header to the clipboard"), Now()));
+        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("copied the header to the clipboard"), TCommandOutcome::Now()));
     });
     AddButton(QStringLiteral("Save..."), QStringLiteral("save the header as a file"), [this] {
         const QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Save Register Tables"), QStringLiteral("regtable.h"),
@@ -105,7 +99,7 @@ void TRegTablePage::Build()
     if (!error.isEmpty())
         SetActionOutcome(TCommandOutcome(TCommandOutcome::LocalError, QStringLiteral("error - ") + error));
     else
-        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("wrote the register tables"), Now()));
+        SetActionOutcome(TCommandOutcome::Success(QStringLiteral("wrote the register tables"), TCommandOutcome::Now()));
 }
 
 void TRegTablePage::Save(const QString& path)
@@ -115,5 +109,5 @@ void TRegTablePage::Save(const QString& path)
         SetActionOutcome(TCommandOutcome(TCommandOutcome::LocalError, QStringLiteral("error - couldn't write %1").arg(path)));
         return;
     }
-    SetActionOutcome(TCommandOutcome::Success(QStringLiteral("saved the header as %1").arg(QFileInfo(path).fileName()), Now()));
+    SetActionOutcome(TCommandOutcome::Success(QStringLiteral("saved the header as %1").arg(QFileInfo(path).fileName()), TCommandOutcome::Now()));
 }
