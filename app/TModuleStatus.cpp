@@ -1,5 +1,6 @@
 #include "app/TModuleStatus.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QHeaderView>
 #include <QLabel>
@@ -46,8 +47,11 @@ const QStringList& TModuleStatus::Columns()
 
 QIcon TModuleStatus::StateIcon(TDeviceManager::DeviceState state)
 {
-    // Painted once per state: the tree asks for them on every refresh.
+    // Painted once per state: the tree asks for them on every refresh. Pixmaps go before the
+    // application does.
     static QHash<int, QIcon> icons;
+    if (icons.isEmpty())
+        qAddPostRoutine([] { icons.clear(); });
     const auto cached = icons.constFind(state);
     if (cached != icons.constEnd())
         return cached.value();
