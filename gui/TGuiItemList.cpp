@@ -420,10 +420,12 @@ TKeyValueList TGuiItemList::ReadKeyValues() const
     return ReadKeyValues(QStringList(), true);
 }
 
-TKeyValueList TGuiItemList::ReadKeyValues(const QStringList& keys, bool all) const
+TKeyValueList TGuiItemList::ReadKeyValues(const QStringList& keys, bool all, bool tickedOnly) const
 {
     TKeyValueList values;
     for (const Row& row : m_rows) {
+        if (tickedOnly && row.flags.contains(QLatin1String("Checkable")) && !IsChecked(row))
+            continue;
         // Read-only rows show results and commands refuse names they do not take; a reserved field
         // is the exception: it goes back as it was read.
         const bool sent = !row.flags.contains(QLatin1String("RO")) || row.key == QLatin1String("Reserved");

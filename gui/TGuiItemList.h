@@ -55,6 +55,8 @@ public:
     TKeyValueList ReadKeyValues() const;
     /// Only the rows whose key is in `keys` (a command that takes some of a group's rows).
     TKeyValueList ReadKeyValues(const QStringList& keys) const { return ReadKeyValues(keys, false); }
+    /// As ReadKeyValues(), without the "Checkable" rows whose box is not ticked (fields left out).
+    TKeyValueList ReadTickedKeyValues() const { return ReadKeyValues(QStringList(), true, true); }
     /// Puts every "LineEdit" row to "n.a." (a masked one to empty) with `clearFirst`, then fills every
     /// keyed row found in `records` (a masked one with a "0x" number without its prefix); rows that
     /// share a key take the record's values of that key in order.
@@ -110,7 +112,7 @@ private:
     static QString EditorValue(const Row& row);
     static void SetEditorValue(const Row& row, const QString& value);
     static QFrame* CreateLine();
-    TKeyValueList ReadKeyValues(const QStringList& keys, bool all) const;
+    TKeyValueList ReadKeyValues(const QStringList& keys, bool all, bool tickedOnly = false) const;
     static bool IsChecked(const Row& row);
 
     void ShowStale();

@@ -29,20 +29,8 @@ QString Written(const QString& value, const char* type, bool hexDigits)
 
 TKeyValueList FromRows(const TGuiItemList& rows, const TFieldLayoutEntry* layout, int optionalFields)
 {
-    // ReadItems() walks the same rows as ReadKeyValues(), each check box label followed by its state.
-    const TKeyValueList all = rows.ReadKeyValues();
-    const QStringList items = rows.ReadItems();
-    TKeyValueList values;
+    const TKeyValueList values = rows.ReadTickedKeyValues();
     QSet<QString> hexDigits;
-    int row = 0;
-    for (int i = 0; i < items.size() && row < all.size(); ++i) {
-        if (items.at(i).startsWith(QLatin1String(";State:")))
-            continue;
-        const bool unchecked = i + 1 < items.size() && items.at(i + 1) == QLatin1String(";State:unchecked");
-        if (!unchecked)
-            values.append(all.at(row));
-        ++row;
-    }
     for (int i = 0; i < rows.Count(); ++i) {
         const QString mask = TGuiItemList::Field(rows.Descriptor(i), QStringLiteral("Mask:"));
         if (mask.contains(QLatin1Char('H'), Qt::CaseInsensitive))

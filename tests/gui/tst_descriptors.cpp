@@ -15,6 +15,7 @@
 #include "gui/TFieldCheck.h"
 #include "gui/TOverlayEditBox.h"
 #include "gui/TGuiItemList.h"
+#include "gui/pages/TLayoutParams.h"
 #include "gui/TRadioButtonBox.h"
 #include "gui/TSlider.h"
 #include "gui/TSpinControl.h"
@@ -155,6 +156,17 @@ private slots:
         expected.Append("ADR", "1");
         expected.Append("Class", "C");
         QCOMPARE(rows.items.ReadKeyValues(), expected);
+
+        // A set command's parameters: an unticked field is left out, also behind a read-only row.
+        static const TFieldLayoutEntry kLayout[] = {{"Index", "U8d"}, {"Optional:Mask", "U8h"}, {nullptr, nullptr}};
+        Rows group({
+            QStringLiteral("GuiName:Status;GuiType:LineEdit;Key:ConfigStatus;Value:1;GuiFlags:RO"),
+            QStringLiteral("GuiName:Index;GuiType:LineEdit;Key:Index;Value:2"),
+            QStringLiteral("GuiName:Mask;GuiType:LineEdit;Key:Mask;Value:15;GuiFlags:Checkable"),
+        });
+        QCOMPARE(TLayoutParams::FromRows(group.items, kLayout).ToText(), QStringLiteral("Index: 2"));
+        qobject_cast<QCheckBox*>(group.items.Label(2))->setChecked(true);
+        QCOMPARE(TLayoutParams::FromRows(group.items, kLayout).ToText(), QStringLiteral("Index: 2; Mask: 0x0F"));
     }
 
     void setItems_lineEditFormatsByFlags_data()
