@@ -158,8 +158,11 @@ void TSettings::Warn(const QString& text) const
 QString TSettings::Checked(const char* group, const char* key, const QString& value) const
 {
     const KeyDefault* row = Row(group, key);
-    if (!row || Allowed(row->allowed, value))
+    if (!row || !row->allowed)
         return value;
+    // What passed the rule trimmed is what the reader gets: a theme name followed by a no-break space is that theme.
+    if (Allowed(row->allowed, value))
+        return value.trimmed();
     const QString path = QLatin1String(group) + QLatin1Char('/') + QLatin1String(key);
     if (!m_warned.contains(path)) {
         m_warned.insert(path);
